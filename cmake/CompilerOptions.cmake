@@ -1,0 +1,27 @@
+# Warnings, visibility and sanitizers that every target of this tree is built with.
+option(DEVICEID_WARNINGS_AS_ERRORS "Treat compiler warnings as errors" ON)
+set(DEVICEID_SANITIZE "" CACHE STRING "Sanitizers to build with, as for -fsanitize=")
+
+set(CMAKE_CXX_STANDARD 17)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+add_compile_options(
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast -Wnon-virtual-dtor
+    -Woverloaded-virtual -Wcast-align -Wunused -Wnull-dereference -Wdouble-promotion -Wformat=2 -Wimplicit-fallthrough)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    add_compile_options(-Wduplicated-cond -Wlogical-op -Wuseless-cast)
+endif()
+if(DEVICEID_WARNINGS_AS_ERRORS)
+    add_compile_options(-Werror)
+endif()
+
+if(DEVICEID_SANITIZE)
+    add_compile_options(-fsanitize=${DEVICEID_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g -O1)
+    add_link_options(-fsanitize=${DEVICEID_SANITIZE})
+else()
+    add_link_options(-Wl,--as-needed -Wl,--no-undefined)
+endif()
