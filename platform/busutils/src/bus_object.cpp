@@ -1,0 +1,8 @@
+#include <busconnection/bus_object.h>
+
+namespace Tolvek::Orvan::Utils::BusConnection
+{
+
+BusObject::~BusObject() = default;
+
+} // namespace Tolvek::Orvan::Utils::BusConnection
