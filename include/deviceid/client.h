@@ -77,6 +77,7 @@ public:
     std::string errorStr(int code) const;
 
 private:
+    [[noreturn]] void fail(const std::string& message) const;
     std::string velOf(const std::string& xml, const std::string& owner) const;
 
     std::shared_ptr<ServiceIfc> service_;
