@@ -37,15 +37,18 @@ public:
     /// opened safely costs one line on standard error; logging goes on without it.
     ///
     /// \param impl      kept for as long as this configuration lasts
-    /// \param append    whether content that the files already have is kept; it always is at the end of a file that
-    ///                  another process may be writing
-    /// \param maxKiB    a file that reaches this size (KiB) is renamed to the same name with ".1" and begun anew
+    /// \param append    whether content that the files already have is kept
+    /// \param file1     absolute path; receives every line up to `severity1`, likewise `file2`. The last folder is
+    ///                  made when it is missing. Folders and files that another user could have prepared or could
+    ///                  change are refused, and so are symbolic links.
+    /// \param maxKiB    a file that reaches this size (KiB) is renamed to the same name with ".1", in place of an older
+    ///                  one, and begun anew; 0: never
     /// \return whether both files could be opened
     static bool initHosted(std::shared_ptr<LoggerImpl> impl, bool append, const std::string& file1, Severity severity1,
                            const std::string& file2, Severity severity2, unsigned maxKiB);
 
-    /// Sends every line up to `severity` to `sink`, in place of whatever was configured before. The sink must not log
-    /// or configure logging; what it throws is dropped.
+    /// Sends every line up to `severity` to `sink`, in place of whatever was configured before. The sink must not
+    /// configure logging; what it throws and what it logs itself is dropped.
     static void setSink(Severity severity, Sink sink);
 
     /// Back to the state of a process that has configured nothing.

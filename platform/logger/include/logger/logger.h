@@ -15,7 +15,7 @@
 namespace Tolvek::Orvan::Log
 {
 
-/// Supplies text that is appended to a line; asked only when the line is written. May be empty.
+/// Supplies text that is appended to a line, after a space; asked only when the line is written. May be empty.
 using Context = std::function<std::string()>;
 
 /// A printf-style format and its arguments made into text. Never throws: a format that does not fit its arguments is
@@ -44,15 +44,16 @@ class LOGGER_EXPORT Logger
 {
 public:
     /// \param name     the name that lines carry, usually the fully qualified class name
-    /// \param instance tells instances of one class apart in the name; empty for none
+    /// \param instance tells instances of one class apart: the name becomes "name#instance"; empty for none
     Logger(std::string name, const std::string& instance, std::shared_ptr<LoggerImpl> impl);
 
 protected:
+    // Moving copies: an object that was moved from may still log.
+    // NOLINTBEGIN(cppcoreguidelines-special-member-functions)
     ~Logger() = default;
     Logger(const Logger&) = default;
-    Logger(Logger&&) = default;
     Logger& operator=(const Logger&) = default;
-    Logger& operator=(Logger&&) = default;
+    // NOLINTEND(cppcoreguidelines-special-member-functions)
 
     /// Writes one line. `format` is a printf-style format: text that holds foreign data is passed as an argument of
     /// "%s", never as the format.

@@ -25,7 +25,7 @@ public:
     void write(Severity severity, std::string_view loggerName, std::string_view text) const noexcept;
 
 private:
-    friend class Configuration;
+    friend class SinkState;
 
     static std::atomic<int> threshold;
 };
