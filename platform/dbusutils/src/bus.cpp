@@ -1,0 +1,63 @@
+#include "bus.h"
+
+#include <array>
+#include <chrono>
+#include <string_view>
+#include <thread>
+
+namespace Tolvek::Orvan::Utils::BusConnection::Dbus
+{
+
+namespace
+{
+
+using std::chrono::milliseconds;
+
+/// Pauses between attempts: half a second in all, far more than a bus takes to forget a closed connection.
+constexpr std::array kRetryPauses{milliseconds{1},  milliseconds{4},   milliseconds{15},
+                                  milliseconds{60}, milliseconds{140}, milliseconds{280}};
+
+std::unique_ptr<sdbus::IConnection> openOnce(BusType type)
+{
+    return type == BusType::System ? sdbus::createSystemBusConnection() : sdbus::createSessionBusConnection();
+}
+
+/// A bus that is full drops the new connection during or right after the handshake; one that is not there does not
+/// even accept it.
+bool mayPass(const sdbus::Error& error)
+{
+    constexpr std::array<std::string_view, 6> kTransient{"org.freedesktop.DBus.Error.LimitsExceeded",
+                                                         "org.freedesktop.DBus.Error.NoReply",
+                                                         "org.freedesktop.DBus.Error.Disconnected",
+                                                         "System.Error.ECONNRESET",
+                                                         "System.Error.ENOTCONN",
+                                                         "System.Error.EPIPE"};
+    for (const auto name : kTransient)
+    {
+        if (error.getName() == name)
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
+std::unique_ptr<sdbus::IConnection> openBus(BusType type)
+{
+    for (const auto pause : kRetryPauses)
+    {
+        try
+        {
+            return openOnce(type);
+        }
+        catch (const sdbus::Error& error)
+        {
+            if (!mayPass(error))
+                throw;
+        }
+        std::this_thread::sleep_for(pause);
+    }
+    return openOnce(type);
+}
+
+} // namespace Tolvek::Orvan::Utils::BusConnection::Dbus

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <string_view>
+
+namespace Tolvek::Orvan::Utils::BusConnection::Dbus
+{
+
+/// Questions that are in flight at the same time: enough to keep the bus busy, too few to flood it.
+constexpr std::size_t kWindow = 32;
+/// A question that has waited longer than this for its answer does not count against the window any more.
+constexpr std::chrono::milliseconds kInFlight{8};
+
+/// Open questions on one connection, given-up ones included. A system bus refuses the 129th, and the call that follows
+/// the discovery needs room too.
+constexpr std::size_t kLaneCapacity = 96;
+/// How often a question is asked again that the bus refused to pass on, and the pause before that.
+constexpr std::size_t kMaxRefusals = 50;
+constexpr std::chrono::milliseconds kRefusalPause{5};
+
+/// How long a peer may stay silent.
+constexpr std::string_view kPlatformPrefix = "com.tolvek.";
+constexpr std::chrono::milliseconds kPlatformPatience{2000};
+constexpr std::chrono::milliseconds kForeignPatience{250};
+/// A peer that makes just enough progress to stay must end some time, too: after so many times its patience.
+constexpr int kPatiencesInAll = 8;
+
+/// What a peer may say: far more than any peer of this platform does, little enough to cost nothing that matters.
+constexpr std::size_t kMaxAnswerBytes = 256UL * 1024;
+constexpr std::size_t kMaxDepth = 16;
+constexpr std::size_t kMaxObjectsPerPeer = 1024;
+
+} // namespace Tolvek::Orvan::Utils::BusConnection::Dbus

@@ -1,0 +1,90 @@
+#include "question_lane.h"
+
+#include "discovery_limits.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace Tolvek::Orvan::Utils::BusConnection::Dbus
+{
+
+namespace
+{
+
+/// Longer than any question stays open, in microseconds: the asker gives up by its own clock, which knows progress
+/// from silence.
+constexpr std::uint64_t kNoTimeout = 3'600'000'000;
+
+} // namespace
+
+QuestionLane::QuestionLane(std::shared_ptr<sdbus::IConnection> connection, AnswerHandler onAnswer)
+    : connection_{std::move(connection)}
+    , onAnswer_{std::move(onAnswer)}
+    , capacity_{kLaneCapacity}
+{
+}
+
+void QuestionLane::ask(Question question, const std::string& peerName, Clock::time_point now)
+{
+    auto proxy = sdbus::createProxy(*connection_, peerName, question.place.path);
+    const auto call = proxy->createMethodCall("org.freedesktop.DBus.Introspectable", "Introspect");
+    auto& open = open_.emplace_back(Open{std::move(question), now, std::move(proxy)});
+    open.proxy->callMethod(
+        call, [this, &open](sdbus::MethodReply& reply, const sdbus::Error* error) { settle(open, reply, error); },
+        kNoTimeout);
+}
+
+/// Runs inside the D-Bus library, which loses its connection to any exception but its own: what fails here is kept
+/// for takeAnswers().
+void QuestionLane::settle(Open& open, sdbus::MethodReply& reply, const sdbus::Error* error) noexcept
+{
+    open.isAnswered = true;
+    try
+    {
+        char* xml = nullptr;
+        if (error == nullptr)
+            reply >> xml;
+        onAnswer_(open.question, Answer{xml, error});
+    }
+    catch (...)
+    {
+        failure_ = std::current_exception();
+    }
+}
+
+void QuestionLane::takeAnswers()
+{
+    while (connection_->processPendingRequest())
+    {
+        if (failure_)
+            std::rethrow_exception(std::exchange(failure_, nullptr));
+        forgetAnswered();
+    }
+    forgetAnswered();
+}
+
+/// Not earlier than after the callback, in which the D-Bus library still uses the proxy.
+void QuestionLane::forgetAnswered()
+{
+    open_.remove_if([](const Open& open) { return open.isAnswered; });
+}
+
+std::size_t QuestionLane::openSince(Clock::time_point since) const
+{
+    return static_cast<std::size_t>(
+        std::count_if(open_.begin(), open_.end(), [since](const Open& open) { return open.sent > since; }));
+}
+
+QuestionLane::Clock::time_point QuestionLane::oldestSince(Clock::time_point since, Clock::time_point none) const
+{
+    const auto oldest =
+        std::find_if(open_.begin(), open_.end(), [since](const Open& open) { return open.sent > since; });
+    return oldest == open_.end() ? none : oldest->sent;
+}
+
+void QuestionLane::noteRefusal() noexcept
+{
+    capacity_ = std::max<std::size_t>(open_.size(), 2) - 1;
+}
+
+} // namespace Tolvek::Orvan::Utils::BusConnection::Dbus
