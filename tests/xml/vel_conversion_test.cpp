@@ -171,6 +171,8 @@ TEST(VelToXml, noEncodingOfAForbiddenCharacterGetsThrough)
              "\x0E",
              "\x80",             // a continuation without a beginning
              "\xC3",             // a beginning without a continuation
+             "\xBF\xBF",         // continuations without a beginning
+             "\xC3(",            // another character in the place of the continuation
              "\xC1\xBF",         // overlong
              "\xE0\x9F\xBF",     // overlong
              "\xF0\x8F\xBF\xBF", // overlong
@@ -203,10 +205,11 @@ TEST(VelFromXml, theTextOfTheElementIsJoinedWithoutCommentsAndChildren)
 TEST(VelFromXml, onlyADirectChildInTheRightNamespacesIsTaken)
 {
     const std::string none = "No VEL found in the DeviceID XML";
-    for (const std::string& document : std::vector<std::string>{
-             documentWith(""), documentWith("<x><q:vel>A</q:vel></x>"), documentWith("<vel>A</vel>"),
-             documentWith("<d:vel>A</d:vel>"), "<deviceid xmlns:q='" + qnet + "'><q:vel>A</q:vel></deviceid>",
-             "<d:other xmlns:d='" + common + "' xmlns:q='" + qnet + "'><q:vel>A</q:vel></d:other>"})
+    const std::string plainRoot = "<deviceid xmlns:q='" + qnet + "'><q:vel>A</q:vel></deviceid>";
+    const std::string otherRoot = "<d:other xmlns:d='" + common + "' xmlns:q='" + qnet + "'><q:vel>A</q:vel></d:other>";
+    for (const std::string& document :
+         {documentWith(""), documentWith("<x><q:vel>A</q:vel></x>"), documentWith("<vel>A</vel>"),
+          documentWith("<d:vel>A</d:vel>"), plainRoot, otherRoot})
         EXPECT_EQ(extractionFailure(document), none) << document;
     EXPECT_EQ(extractionFailure(documentWith("<q:vel>A</q:vel><q:vel>A</q:vel>")),
               "Malformed DeviceID XML: more than one VEL found");
