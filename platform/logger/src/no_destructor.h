@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <new>
 #include <utility>
 
@@ -27,7 +29,7 @@ public:
     T& get() noexcept { return *std::launder(reinterpret_cast<T*>(&storage_)); }
 
 private:
-    alignas(T) unsigned char storage_[sizeof(T)]; // NOLINT(modernize-avoid-c-arrays): raw storage
+    alignas(T) std::array<std::byte, sizeof(T)> storage_{};
 };
 
 } // namespace Tolvek::Orvan::Log

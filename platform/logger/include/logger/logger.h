@@ -40,7 +40,7 @@ void log(const LoggerImpl& impl, Severity severity, std::string_view loggerName,
 /// Base of every class that logs: derive from it virtually, so that the most derived class gives the name.
 ///
 /// Thread-safe: immutable after construction.
-class LOGGER_EXPORT Logger
+class LOGGER_EXPORT Logger // NOLINT(cppcoreguidelines-special-member-functions): moving copies, see below
 {
 public:
     /// \param name     the name that lines carry, usually the fully qualified class name
@@ -48,12 +48,10 @@ public:
     Logger(std::string name, const std::string& instance, std::shared_ptr<LoggerImpl> impl);
 
 protected:
-    // Moving copies: an object that was moved from may still log.
-    // NOLINTBEGIN(cppcoreguidelines-special-member-functions)
+    // Without moving: an object that was moved from may still log.
     ~Logger() = default;
     Logger(const Logger&) = default;
     Logger& operator=(const Logger&) = default;
-    // NOLINTEND(cppcoreguidelines-special-member-functions)
 
     /// Writes one line. `format` is a printf-style format: text that holds foreign data is passed as an argument of
     /// "%s", never as the format.

@@ -1,0 +1,147 @@
+#include "log_folder_fixture.h"
+
+#include <gmock/gmock.h>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Tests
+{
+
+namespace
+{
+
+using namespace Tolvek::Orvan::Log;
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+
+constexpr uid_t otherUser = 65534;
+
+/// What another user could prepare at the place of a log file, with a file of ours that must stay as it is.
+class UnsafeLogFile : public LogFolder
+{
+public:
+    UnsafeLogFile()
+    {
+        std::ofstream{victim} << "precious";
+        std::filesystem::create_directory(inFolder);
+    }
+
+protected:
+    /// Expects that `refused` is refused in one line that gives `reason`, and that nothing but it is lost.
+    void expectRefused(const std::string& refused, const std::string& reason)
+    {
+        SCOPED_TRACE(reason);
+        for (const bool append : {true, false})
+        {
+            ::testing::internal::CaptureStderr();
+            EXPECT_FALSE(logTo(refused, path("errors.log"), append));
+            log(Severity::Error, "broken");
+            const auto said = ::testing::internal::GetCapturedStderr();
+            EXPECT_THAT(said, AllOf(HasSubstr("'" + refused + "'"), HasSubstr(reason)));
+            EXPECT_EQ(lineCount(said), 1U);
+            EXPECT_THAT(content(path("errors.log")), HasSubstr("broken"));
+            EXPECT_EQ(content(victim), "precious");
+        }
+    }
+
+    std::string victim = path("victim");
+    std::string inFolder = path("in");
+    std::string file = path("in/all.log");
+};
+
+TEST_F(UnsafeLogFile, isRefusedWhenItIsALink)
+{
+    std::filesystem::create_symlink(victim, file);
+    expectRefused(file, "not a regular file");
+    std::filesystem::remove(file);
+    std::filesystem::create_symlink(path("missing"), file);
+    expectRefused(file, "not a regular file");
+    EXPECT_FALSE(std::filesystem::exists(path("missing")));
+    std::filesystem::remove(file);
+    std::filesystem::create_hard_link(victim, file);
+    expectRefused(file, "hard link");
+}
+
+TEST_F(UnsafeLogFile, isRefusedWhenItIsNoRegularFile)
+{
+    ASSERT_EQ(::mkfifo(file.c_str(), 0600), 0);
+    expectRefused(file, "not a regular file");
+    const int reader = ::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    expectRefused(file, "not a regular file");
+    ::close(reader);
+    std::filesystem::remove(file);
+    std::filesystem::create_directory(file);
+    expectRefused(file, "not a regular file");
+    expectRefused("/dev/null", "not a regular file");
+}
+
+TEST_F(UnsafeLogFile, isRefusedWhenOthersCanWriteToItOrItsFolder)
+{
+    std::ofstream{file} << "";
+    for (const mode_t mode : {0660U, 0606U})
+    {
+        ::chmod(file.c_str(), mode);
+        expectRefused(file, "others can write to it");
+    }
+    ::chmod(file.c_str(), 0600);
+    for (const mode_t mode : {0777U, 01777U})
+    {
+        ::chmod(inFolder.c_str(), mode);
+        expectRefused(file, "others can write to the folder 'in'");
+    }
+    ::chmod(inFolder.c_str(), 0777);
+    expectRefused(path("in/own/all.log"), "others can change the folder 'in'");
+    ::chmod(inFolder.c_str(), 01777);
+    EXPECT_TRUE(logTo(path("in/own/all.log"), path("errors.log"))) << "as below /tmp";
+}
+
+TEST_F(UnsafeLogFile, isRefusedWhenItsPathLeadsAstray)
+{
+    std::filesystem::create_directory_symlink(inFolder, path("link"));
+    expectRefused(path("link/all.log"), "link");
+    expectRefused(path("link/below/all.log"), "link");
+    expectRefused(path("in/../victim"), "'..'");
+    expectRefused("relative.log", "not absolute");
+    expectRefused("", "not absolute");
+    expectRefused(inFolder + "/", "names no file");
+    expectRefused(path("missing/missing/all.log"), "No such file");
+    EXPECT_FALSE(std::filesystem::exists(path("missing")));
+}
+
+TEST_F(UnsafeLogFile, isRefusedWhenItOrItsFolderBelongsToAnotherUser)
+{
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "only root can give files away";
+    std::ofstream{file} << "";
+    ASSERT_EQ(::chown(file.c_str(), otherUser, otherUser), 0);
+    expectRefused(file, "belongs to another user");
+    ASSERT_EQ(::chown(inFolder.c_str(), otherUser, otherUser), 0);
+    expectRefused(path("in/new.log"), "folder 'in' belongs to another user");
+    expectRefused(path("in/own/all.log"), "folder 'in' belongs to another user");
+}
+
+TEST_F(UnsafeLogFile, isNotWrittenToWhenItReplacesAFullOne)
+{
+    ASSERT_TRUE(logTo(file, path("errors.log"), true, 1));
+    std::filesystem::remove(file);
+    std::filesystem::create_symlink(victim, file);
+    ::testing::internal::CaptureStderr();
+    log(Severity::Trace, std::string(1024, 'x'));
+    EXPECT_THAT(::testing::internal::GetCapturedStderr(), HasSubstr("not a regular file"));
+    EXPECT_EQ(content(victim), "precious");
+}
+
+TEST_F(UnsafeLogFile, isReplacedAndNotFollowedWhenItHasTheNameOfTheOlderFile)
+{
+    std::filesystem::create_symlink(victim, file + ".1");
+    ASSERT_TRUE(logTo(file, path("errors.log"), true, 1));
+    log(Severity::Trace, std::string(1024, 'x'));
+    EXPECT_EQ(content(victim), "precious");
+    EXPECT_THAT(content(file + ".1"), HasSubstr("xxx"));
+}
+
+} // namespace
+
+} // namespace Tests
