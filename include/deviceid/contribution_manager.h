@@ -21,8 +21,8 @@
 // that no two of these functions ever overlap. The price is that a slow function delays every other caller, and that a
 // function that calls the registry, or drops a token, waits for itself for ever.
 //
-// No contribution is destroyed under the lock. Its functions may own anything, tokens of other devices included, so a
-// removed contribution is let go only after the lock.
+// No contribution is destroyed under the lock. Its functions may own anything, tokens of other devices included, so its
+// own token lets go of it only when the removal is over.
 //
 // contributorById(), isAlreadyId(), idOfMain() and checkContributionDataIntegrity() are what the operations above are
 // made of and take no lock: call them only while no other call can run.

@@ -88,14 +88,10 @@ void ContributionManager::checkContributionDataIntegrity(const std::shared_ptr<C
 
 void ContributionManager::remove(const std::shared_ptr<Contribution>& contribution)
 {
-    // Outlives the lock: the entry's functions, and whatever they own, must not be destroyed under it.
-    std::shared_ptr<Contribution> registered;
-
     const std::lock_guard guard{lock_};
     const std::string id = contribution->id();
     log(Severity::Trace, "remove(contribution.id() = '%s')", {}, id);
-    registered = contributorById(id);
-    if (!registered)
+    if (!contributorById(id))
     {
         log(Severity::Warning, "remove(id = '%s'): no such contribution, nothing to remove", {}, id);
         return;
