@@ -1,0 +1,79 @@
+#include <log_capture.h>
+
+#include <deviceid/contribution.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+#include <utility>
+
+namespace
+{
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::ThrowsMessage;
+using Tests::Line;
+using Tests::LogCapture;
+using Tolvek::Orvan::DeviceId::Contribution;
+using Tolvek::Orvan::DeviceId::ReadFunction;
+using Tolvek::Orvan::DeviceId::WriteFunction;
+
+const std::string loggerName{"Tolvek::Orvan::DeviceId::Contribution"};
+const ReadFunction readNothing = [] { return std::string{}; };
+const WriteFunction ignore = [](const std::string&) {};
+
+TEST(Contribution, isRefusedWithoutBothFunctionsAndThenWithoutAnId)
+{
+    const std::string missing{"A read or write device id contribution is required."};
+    const std::string missingLine{"For contribution id '%s%n', a read or write device id contribution is required but "
+                                  "at least one was nullptr."};
+    const LogCapture log;
+
+    EXPECT_THAT([] { Contribution(true, "%s%n", nullptr, ignore); }, ThrowsMessage<std::invalid_argument>(missing));
+    EXPECT_THAT([] { Contribution(true, "%s%n", readNothing, {}); }, ThrowsMessage<std::invalid_argument>(missing));
+    EXPECT_THAT([] { Contribution(true, "", readNothing, {}); }, ThrowsMessage<std::invalid_argument>(missing));
+    EXPECT_THAT([] { Contribution(true, "", readNothing, ignore); },
+                ThrowsMessage<std::invalid_argument>("Id is empty"));
+
+    EXPECT_THAT(log.lines(), ElementsAre(Line{1, loggerName, missingLine}, Line{1, loggerName, missingLine},
+                                         Line{1, loggerName,
+                                              "For contribution id '', a read or write device id contribution is "
+                                              "required but at least one was nullptr."},
+                                         Line{1, loggerName, "Id is empty"}));
+}
+
+TEST(Contribution, handsTextsOnByteForByteInBothDirections)
+{
+    const std::string bytes{"<a>\0\xff%s</a>", 12};
+    std::string written;
+    const LogCapture log;
+    Contribution contribution{false, "a#b/c d", [&] { return bytes; },
+                              [&](std::string xml) { written = std::move(xml); }};
+
+    contribution.writeDeviceId(bytes);
+    EXPECT_EQ(written, bytes);
+    EXPECT_EQ(contribution.readDeviceId(), bytes);
+    EXPECT_EQ(contribution.id(), "a#b/c d");
+    EXPECT_FALSE(contribution.isMain());
+    EXPECT_THAT(log.lines(), IsEmpty());
+}
+
+TEST(Contribution, logsAStandardExceptionOnceAndLetsEveryExceptionThrough)
+{
+    const LogCapture log;
+    Contribution failing{true, "dev", []() -> std::string { throw std::range_error("x%n"); },
+                         [](const std::string&) { throw std::range_error("full"); }};
+    EXPECT_THAT([&] { failing.readDeviceId(); }, ThrowsMessage<std::range_error>("x%n"));
+    EXPECT_THAT([&] { failing.writeDeviceId("xml"); }, ThrowsMessage<std::range_error>("full"));
+
+    Contribution foreign{true, "dev", []() -> std::string { throw 7; }, [](const std::string&) { throw 8; }};
+    EXPECT_THROW(foreign.readDeviceId(), int);
+    EXPECT_THROW(foreign.writeDeviceId("xml"), int);
+
+    EXPECT_THAT(log.lines(), ElementsAre(Line{1, loggerName, "Error while reading Device Id 'dev'. Error was x%n"},
+                                         Line{1, loggerName, "Error while writing Device Id 'dev'. Error was full"}));
+}
+
+} // namespace
