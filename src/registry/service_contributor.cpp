@@ -60,7 +60,12 @@ ServiceContributor::ServiceContributor(std::string name, Utils::BusConnection::D
     }
 }
 
-ServiceContributor::~ServiceContributor() = default;
+/// A running handler holds the container, too. Without ending the service here, it would end on the handler's thread,
+/// some time after this destructor has returned and the process has gone on to destroy what its functions use.
+ServiceContributor::~ServiceContributor()
+{
+    container_->endService();
+}
 
 std::unique_ptr<TokenIfc> ServiceContributor::addVel(bool isMain, const std::string& id, const ReadFunction& read,
                                                      const WriteFunction& write)

@@ -148,10 +148,14 @@ private:
         if (now < pausedUntil_)
             return;
         auto inFlight = questionsInFlight(now);
-        for (; !queue_.empty() && inFlight < kWindow; ++inFlight)
+        while (!queue_.empty() && inFlight < kWindow)
         {
-            ask(std::move(queue_.front()), now);
+            const auto question = std::move(queue_.front());
             queue_.pop_front();
+            if (peers_[question.peer].isPassedOver())
+                continue;
+            ask(question, now);
+            ++inFlight;
         }
     }
 
@@ -163,15 +167,13 @@ private:
         return count;
     }
 
-    void ask(Question question, Clock::time_point now)
+    void ask(const Question& question, Clock::time_point now)
     {
         auto& peer = peers_[question.peer];
-        if (peer.isPassedOver())
-            return;
         if (!lanes_.back().hasRoom())
             addLane(openConnection_());
         peer.questionSent(now);
-        lanes_.back().ask(std::move(question), peer.name(), now);
+        lanes_.back().ask(question, peer.name(), now);
     }
 
     void onAnswer(const Question& question, const Answer& answer)
@@ -229,15 +231,17 @@ private:
 
     void waitForTraffic()
     {
+        auto wait = std::max<milliseconds::rep>(std::chrono::ceil<milliseconds>(nextEvent() - Clock::now()).count(), 0);
         std::vector<pollfd> descriptors;
         for (const auto& lane : lanes_)
         {
             const auto data = lane.pollData();
             descriptors.push_back({data.fd, data.events, 0});
+            // Zero when a message has been read already: the descriptor would not show that.
+            if (const auto timeout = data.getPollTimeout(); timeout >= 0)
+                wait = std::min<milliseconds::rep>(wait, timeout);
         }
-        const auto wait = std::chrono::ceil<milliseconds>(nextEvent() - Clock::now());
-        const auto timeout = static_cast<int>(std::max<milliseconds::rep>(wait.count(), 0));
-        if (poll(descriptors.data(), descriptors.size(), timeout) < 0 && errno != EINTR)
+        if (poll(descriptors.data(), descriptors.size(), static_cast<int>(wait)) < 0 && errno != EINTR)
             throw std::system_error{errno, std::generic_category(), "Could not wait for answers"};
     }
 

@@ -15,6 +15,21 @@ namespace
 /// from silence.
 constexpr std::uint64_t kNoTimeout = 3'600'000'000;
 
+/// The text of an answer; empty if it is something other than a text.
+const char* textOf(sdbus::MethodReply& reply)
+{
+    char* text = nullptr;
+    try
+    {
+        reply >> text;
+    }
+    catch (const sdbus::Error&)
+    {
+        return "";
+    }
+    return text;
+}
+
 } // namespace
 
 QuestionLane::QuestionLane(std::shared_ptr<sdbus::IConnection> connection, AnswerHandler onAnswer)
@@ -41,10 +56,7 @@ void QuestionLane::settle(Open& open, sdbus::MethodReply& reply, const sdbus::Er
     open.isAnswered = true;
     try
     {
-        char* xml = nullptr;
-        if (error == nullptr)
-            reply >> xml;
-        onAnswer_(open.question, Answer{xml, error});
+        onAnswer_(open.question, Answer{error == nullptr ? textOf(reply) : nullptr, error});
     }
     catch (...)
     {

@@ -37,6 +37,10 @@ public:
         communicator_ = std::move(service);
     }
 
+    /// Ends the service at once, also while one of its handlers holds on to the container: returns when the running
+    /// handler has, unless that is the caller.
+    void endService() noexcept { communicator_.reset(); }
+
 private:
     std::shared_ptr<void> communicator_;
 };
