@@ -1,0 +1,201 @@
+// A peer on the bus that goes wrong in one chosen way. Says "ready" on standard output when it owns its name.
+//
+//     faulty_peer NAME FAULT [ARGUMENT]
+
+#include <systemd/sd-bus.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <functional>
+#include <iostream>
+#include <map>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+#include <unistd.h>
+
+namespace
+{
+
+struct BusCloser
+{
+    void operator()(sd_bus* bus) const { sd_bus_flush_close_unref(bus); }
+};
+using Bus = std::unique_ptr<sd_bus, BusCloser>;
+
+/// Answers one message; negative ends the peer.
+using Behaviour = std::function<int(sd_bus_message*)>;
+
+constexpr const char* kInterface = "com.tolvek.orvan.deviceid.interface";
+constexpr const char* kProviderPath = "/com/tolvek/orvan/deviceid";
+
+void check(int result, const std::string& what)
+{
+    if (result < 0)
+        throw std::runtime_error{what + " failed with " + std::to_string(result)};
+}
+
+int answer(sd_bus_message* call, const std::string& xml)
+{
+    return sd_bus_reply_method_return(call, "s", xml.c_str());
+}
+
+bool isIntrospection(sd_bus_message* message)
+{
+    return sd_bus_message_is_method_call(message, "org.freedesktop.DBus.Introspectable", "Introspect") > 0;
+}
+
+std::string node(const std::string& content)
+{
+    return "<node>" + content + "</node>";
+}
+
+std::string interfaceElement()
+{
+    return std::string{"<interface name=\""} + kInterface + "\"/>";
+}
+
+/// An honest provider of no devices, as far as introspection goes.
+std::string honest(const std::string& path)
+{
+    if (path == kProviderPath)
+        return node(interfaceElement());
+    if (path == "/com/tolvek/orvan")
+        return node("<node name=\"deviceid\"/>");
+    return node("");
+}
+
+std::string children(int count)
+{
+    std::string text;
+    for (int i = 0; i < count; ++i)
+        text += "<node name=\"n" + std::to_string(i) + "\"/>";
+    return node(text);
+}
+
+std::string nested(int depth)
+{
+    std::string text;
+    for (int i = 0; i < depth; ++i)
+        text += "<node name=\"n\"><interface name=\"i\"/>";
+    for (int i = 0; i < depth; ++i)
+        text += "</node>";
+    return node(text);
+}
+
+Behaviour always(std::string xml)
+{
+    return [xml = std::move(xml)](sd_bus_message* call) { return answer(call, xml); };
+}
+
+Behaviour honestAfter(std::chrono::milliseconds delay)
+{
+    return [delay](sd_bus_message* call)
+    {
+        std::this_thread::sleep_for(delay);
+        return answer(call, honest(sd_bus_message_get_path(call)));
+    };
+}
+
+Behaviour failingCalls()
+{
+    return [](sd_bus_message* call)
+    {
+        if (isIntrospection(call))
+            return answer(call, honest(sd_bus_message_get_path(call)));
+        return sd_bus_reply_method_errorf(call, "com.example.Broken", "every call fails");
+    };
+}
+
+/// All faults by name; `argument` is the number that some of them take.
+std::map<std::string, std::function<Behaviour(int)>> faults()
+{
+    constexpr int kMany = 10'000;
+    constexpr int kDeep = 5'000;
+    constexpr std::size_t kHuge = 1024UL * 1024;
+    return {
+        {"silent", [](int) { return [](sd_bus_message*) { return 0; }; }},
+        {"slow", [](int ms) { return honestAfter(std::chrono::milliseconds{ms}); }},
+        {"error",
+         [](int)
+         {
+             return [](sd_bus_message* call)
+             { return sd_bus_reply_method_errorf(call, "com.example.Broken", "this object is broken"); };
+         }},
+        {"not-xml", [](int) { return always("<node><interface name="); }},
+        {"empty-text", [](int) { return always(""); }},
+        {"other-type",
+         [](int) { return [](sd_bus_message* call) { return sd_bus_reply_method_return(call, "u", 7U); }; }},
+        {"huge", [](int) { return always(node(interfaceElement() + "<!--" + std::string(kHuge, 'x') + "-->")); }},
+        {"deep", [](int) { return always(nested(kDeep)); }},
+        {"many-children", [](int) { return always(children(kMany)); }},
+        {"endless", [](int) { return always(node("<node name=\"a\"/><node name=\"b\"/>")); }},
+        {"odd-names",
+         [](int)
+         {
+             return [](sd_bus_message* call)
+             {
+                 const std::string path = sd_bus_message_get_path(call);
+                 return answer(call, path == kProviderPath
+                                         ? honest(path)
+                                         : node("<node name=\"..\"/><node name=\"\"/><node/><node name=\"/x\"/>"
+                                                "<node name=\"a b\"/><node name=\"deviceid\"/>"));
+             };
+         }},
+        {"vanish", [](int) { return [](sd_bus_message*) { return -1; }; }},
+        {"failing-calls", [](int) { return failingCalls(); }},
+    };
+}
+
+int onMessage(sd_bus_message* message, void* userdata, sd_bus_error* /*error*/)
+{
+    if (sd_bus_message_is_method_call(message, nullptr, nullptr) <= 0)
+        return 0;
+    const auto& behaviour = *static_cast<const Behaviour*>(userdata);
+    if (behaviour(message) < 0)
+        _exit(0);
+    return 1;
+}
+
+Bus openBus()
+{
+    sd_bus* bus = nullptr;
+    check(sd_bus_open_user(&bus), "opening the bus");
+    return Bus{bus};
+}
+
+void run(const std::string& name, Behaviour behaviour)
+{
+    const auto bus = openBus();
+    check(sd_bus_add_filter(bus.get(), nullptr, onMessage, &behaviour), "adding a filter");
+    check(sd_bus_request_name(bus.get(), name.c_str(), 0), "owning " + name);
+    std::cout << "ready" << std::endl; // NOLINT(performance-avoid-endl): the reader waits for it
+    for (;;)
+    {
+        const int handled = sd_bus_process(bus.get(), nullptr);
+        check(handled, "processing");
+        if (handled == 0)
+            check(sd_bus_wait(bus.get(), UINT64_MAX), "waiting");
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+try
+{
+    if (argc < 3)
+        throw std::runtime_error{"usage: faulty_peer NAME FAULT [ARGUMENT]"};
+    const auto known = faults();
+    const auto fault = known.find(argv[2]);
+    if (fault == known.end())
+        throw std::runtime_error{std::string{"unknown fault "} + argv[2]};
+    run(argv[1], fault->second(argc > 3 ? std::atoi(argv[3]) : 0)); // NOLINT(cert-err34-c): a test's own number
+}
+catch (const std::exception& error)
+{
+    std::cerr << "faulty_peer: " << error.what() << '\n';
+    return EXIT_FAILURE;
+}

@@ -1,0 +1,181 @@
+#include "support/bus_test.h"
+
+#include <busconnection/dbus/factory.h>
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Pair;
+using Tests::BusTest;
+using Tests::kBusType;
+using Tests::kInterface;
+using Tests::kObjectPath;
+using Tolvek::Orvan::Utils::BusConnection::Dbus::Factory;
+
+/// Exports an interface at some paths under one name, on a thread of its own.
+class Exporter
+{
+public:
+    Exporter(const std::vector<std::string>& names, const std::vector<std::string>& paths,
+             const std::string& interface = kInterface)
+        : connection_{sdbus::createSessionBusConnection()}
+    {
+        for (const auto& path : paths)
+        {
+            auto object = sdbus::createObject(*connection_, path);
+            object->registerMethod("ping").onInterface(interface).implementedAs([] {});
+            object->finishRegistration();
+            objects_.push_back(std::move(object));
+        }
+        for (const auto& name : names)
+            connection_->requestName(name);
+        connection_->enterEventLoopAsync();
+    }
+
+private:
+    std::unique_ptr<sdbus::IConnection> connection_;
+    std::vector<std::unique_ptr<sdbus::IObject>> objects_;
+};
+
+class Discovery : public BusTest
+{
+protected:
+    static Factory::ObjectsByName found()
+    {
+        return std::make_shared<Factory>(kBusType)->objectsImplementing(kInterface);
+    }
+
+    /// A healthy provider that every test with faulty peers must still find, and only that.
+    Exporter healthy_{{"com.tolvek.orvan.deviceid.healthy"}, {kObjectPath}};
+};
+
+TEST_F(Discovery, everyNameAndPathBelowTheCommonPathIsFound)
+{
+    const Exporter twoPaths{{"com.tolvek.orvan.deviceid.b"}, {kObjectPath, "/com/tolvek/orvan/x/y/z"}};
+    const Exporter otherName{{"org.example.Elsewhere"}, {"/com/tolvek/orvan/another"}};
+    const Exporter atRoot{{"com.tolvek.root"}, {"/com/tolvek/orvan"}};
+    const Exporter twoNames{{"com.tolvek.orvan.deviceid.n1", "org.example.N2"}, {kObjectPath}};
+    const Exporter outside{{"org.example.Outside"}, {"/org/example/outside"}};
+    const Exporter otherInterface{{"org.example.Other"}, {kObjectPath}, "org.example.Interface"};
+    const Exporter noName{{}, {kObjectPath}};
+
+    EXPECT_THAT(found(),
+                ElementsAre(Pair("com.tolvek.orvan.deviceid.b", ElementsAre(kObjectPath, "/com/tolvek/orvan/x/y/z")),
+                            Pair("com.tolvek.orvan.deviceid.healthy", ElementsAre(kObjectPath)),
+                            Pair("com.tolvek.orvan.deviceid.n1", ElementsAre(kObjectPath)),
+                            Pair("com.tolvek.root", ElementsAre("/com/tolvek/orvan")),
+                            Pair("org.example.Elsewhere", ElementsAre("/com/tolvek/orvan/another")),
+                            Pair("org.example.N2", ElementsAre(kObjectPath))));
+}
+
+TEST_F(Discovery, namesAreListedAnewForEveryDiscovery)
+{
+    const auto factory = std::make_shared<Factory>(kBusType);
+    const auto names = factory->serviceNames();
+    EXPECT_THAT(names, testing::Contains("org.freedesktop.DBus"));
+    EXPECT_THAT(names, testing::Contains(factory->uniqueName()));
+    EXPECT_EQ(factory->objectsImplementing(kInterface).size(), 1U);
+
+    const Exporter late{{"com.tolvek.orvan.deviceid.late"}, {kObjectPath}};
+    EXPECT_EQ(factory->objectsImplementing(kInterface).size(), 2U);
+}
+
+TEST_F(Discovery, aProviderCanDiscoverWhileItServes)
+{
+    const auto provider = std::make_shared<Factory>("org.example.Provider", kBusType);
+    EXPECT_EQ(provider->objectsImplementing(kInterface).size(), 1U);
+}
+
+struct Fault
+{
+    const char* name;
+    const char* reason; ///< with which the peer is passed over; null: it says itself that it offers nothing
+    int argument = 0;
+};
+
+class DiscoveryWithFault : public Discovery, public testing::WithParamInterface<Fault>
+{
+};
+
+TEST_P(DiscoveryWithFault, passesOverThatPeerOnly)
+{
+    const auto foreign = faultyPeer("org.example.Faulty", GetParam().name, GetParam().argument);
+    const auto ours = faultyPeer("com.tolvek.orvan.deviceid.faulty", GetParam().name, GetParam().argument);
+
+    EXPECT_THAT(found(), ElementsAre(Pair("com.tolvek.orvan.deviceid.healthy", ElementsAre(kObjectPath))));
+    if (GetParam().reason != nullptr)
+    {
+        for (const std::string name : {"org.example.Faulty", "com.tolvek.orvan.deviceid.faulty"})
+            EXPECT_EQ(log().count(2, "Passing over " + name + ": " + GetParam().reason), 1U)
+                << name << ' ' << testing::PrintToString(log().lines());
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Faults, DiscoveryWithFault,
+    testing::Values(Fault{"silent", "it does not answer"}, Fault{"slow", "it does not answer", 5000},
+                    Fault{"error", nullptr}, Fault{"vanish", nullptr},
+                    Fault{"other-type", "its answer is not introspection XML"},
+                    Fault{"not-xml", "its answer is not introspection XML"},
+                    Fault{"empty-text", "its answer is not introspection XML"}, Fault{"huge", "its answer is too long"},
+                    Fault{"deep", "its answer is not introspection XML"},
+                    Fault{"many-children", "it has too many objects"}, Fault{"endless", "it has too many objects"}),
+    [](const auto& test)
+    {
+        std::string name{test.param.name};
+        std::replace(name.begin(), name.end(), '-', '_');
+        return name;
+    });
+
+TEST_F(Discovery, oddChildNamesDoNotHideTheOthers)
+{
+    const auto odd = faultyPeer("org.example.Odd", "odd-names");
+    EXPECT_THAT(found(), ElementsAre(Pair("com.tolvek.orvan.deviceid.healthy", ElementsAre(kObjectPath)),
+                                     Pair("org.example.Odd", ElementsAre(kObjectPath))));
+}
+
+TEST_F(Discovery, aPeerOfThisPlatformMayTakeTwoSeconds)
+{
+    const auto slow = faultyPeer("com.tolvek.orvan.deviceid.slow", "slow", 600);
+    EXPECT_EQ(found().count("com.tolvek.orvan.deviceid.slow"), 1U);
+}
+
+TEST_F(Discovery, moreSilentPeersThanTheWindowHideNobody)
+{
+    // More than a system bus lets one connection ask, so that the questions must move to another one.
+    constexpr int kSilent = 110;
+    std::vector<std::string> names;
+    for (int i = 0; i < kSilent; ++i)
+        names.push_back("org.example.Silent" + std::to_string(i));
+    const auto mute = sdbus::createSessionBusConnection();
+    for (const auto& name : names)
+        mute->requestName(name);
+
+    const auto factory = std::make_shared<Factory>(kBusType);
+    EXPECT_THAT(factory->objectsImplementing(kInterface),
+                ElementsAre(Pair("com.tolvek.orvan.deviceid.healthy", ElementsAre(kObjectPath))));
+
+    auto call = sdbus::createProxy(factory->connection(), "com.tolvek.orvan.deviceid.healthy", kObjectPath);
+    EXPECT_NO_THROW(call->callMethod("ping").onInterface(kInterface));
+}
+
+TEST_F(BusTest, aBusThatGoesAwayIsAnErrorNotAnEmptyResult)
+{
+    const auto other = faultyPeer("org.example.Slow", "slow", 100);
+    const auto factory = std::make_shared<Factory>(kBusType);
+    factory->serviceNames();
+    bus().kill();
+    EXPECT_THROW(factory->objectsImplementing(kInterface), sdbus::Error);
+    EXPECT_THROW(std::make_shared<Factory>(kBusType), sdbus::Error);
+}
+
+} // namespace

@@ -1,0 +1,90 @@
+#include "private_bus.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <string_view>
+#include <system_error>
+
+namespace Tests
+{
+
+namespace
+{
+
+/// Without limits of its own a configuration has those of a system bus.
+constexpr std::string_view kSessionLimits = R"(
+  <limit name="max_replies_per_connection">50000</limit>
+  <limit name="max_completed_connections">100000</limit>
+  <limit name="max_incomplete_connections">10000</limit>
+  <limit name="max_connections_per_user">100000</limit>
+  <limit name="max_names_per_connection">50000</limit>
+  <limit name="max_message_size">1000000000</limit>
+  <limit name="max_incoming_bytes">1000000000</limit>
+  <limit name="max_outgoing_bytes">1000000000</limit>)";
+
+std::string configuration(const std::filesystem::path& socket)
+{
+    const char* const kind = std::getenv("DEVICEID_TEST_BUS");
+    const bool isSystem = kind != nullptr && std::string_view{kind} == "system";
+    std::string text = R"(<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
+ "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
+<busconfig>
+  <listen>unix:path=)";
+    text += socket.string();
+    text += R"(</listen>
+  <auth>EXTERNAL</auth>
+  <policy context="default">
+    <allow user="*"/>
+    <allow own="*"/>
+    <allow send_destination="*" eavesdrop="true"/>
+    <allow eavesdrop="true"/>
+  </policy>)";
+    if (!isSystem)
+        text += kSessionLimits;
+    return text + "\n</busconfig>\n";
+}
+
+} // namespace
+
+TemporaryFolder::TemporaryFolder()
+{
+    auto name = (std::filesystem::temp_directory_path() / "deviceid-test-XXXXXX").string();
+    if (mkdtemp(name.data()) == nullptr)
+        throw std::system_error{errno, std::generic_category(), name};
+    path_ = name;
+}
+
+TemporaryFolder::~TemporaryFolder()
+{
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+}
+
+PrivateBus::PrivateBus()
+{
+    const auto file = folder_.path() / "bus.conf";
+    std::ofstream{file} << configuration(folder_.path() / "bus");
+    // What the daemon says about descriptor limits that it cannot raise is no concern of a test.
+    const auto log = folder_.path() / "bus.log";
+    daemon_ = std::make_unique<Process>(
+        std::vector<std::string>{"sh", "-c", R"(exec dbus-daemon --nofork --nosyslog --nopidfile --print-address \
+            --config-file="$1" 2>"$2")",
+                                 "sh", file.string(), log.string()});
+    address_ = daemon_->readLine();
+    setenv("DBUS_SESSION_BUS_ADDRESS", address_.c_str(), 1);
+    setenv("DBUS_SYSTEM_BUS_ADDRESS", address_.c_str(), 1);
+}
+
+PrivateBus::~PrivateBus()
+{
+    unsetenv("DBUS_SESSION_BUS_ADDRESS");
+    unsetenv("DBUS_SYSTEM_BUS_ADDRESS");
+}
+
+void PrivateBus::kill()
+{
+    daemon_->signal(SIGKILL);
+    daemon_->wait();
+}
+
+} // namespace Tests

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "process.h"
+
+#include <filesystem>
+#include <memory>
+#include <string>
+
+namespace Tests
+{
+
+/// A folder of its own below the system's temporary folder, removed at the end.
+class TemporaryFolder
+{
+public:
+    TemporaryFolder();
+    ~TemporaryFolder();
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder(TemporaryFolder&&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(TemporaryFolder&&) = delete;
+
+    [[nodiscard]] const std::filesystem::path& path() const noexcept { return path_; }
+
+private:
+    std::filesystem::path path_;
+};
+
+/// A message bus of the test's own. While it lives, it is the system bus and the session bus of this process and of the
+/// processes that it starts.
+///
+/// The environment variable DEVICEID_TEST_BUS says which kind: "session" (or unset) has practically no limits, "system"
+/// has those of a system bus.
+class PrivateBus
+{
+public:
+    PrivateBus();
+    ~PrivateBus();
+    PrivateBus(const PrivateBus&) = delete;
+    PrivateBus(PrivateBus&&) = delete;
+    PrivateBus& operator=(const PrivateBus&) = delete;
+    PrivateBus& operator=(PrivateBus&&) = delete;
+
+    [[nodiscard]] const std::string& address() const noexcept { return address_; }
+    /// Ends the bus daemon at once, with everybody still connected.
+    void kill();
+
+private:
+    TemporaryFolder folder_;
+    std::unique_ptr<Process> daemon_;
+    std::string address_;
+};
+
+} // namespace Tests
