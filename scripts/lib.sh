@@ -4,17 +4,22 @@
 # shellcheck disable=SC2034 # for the scripts that include this one
 PROJECT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 SCRATCH=$(mktemp -d)
+export CMAKE_BUILD_PARALLEL_LEVEL=${CMAKE_BUILD_PARALLEL_LEVEL:-$(nproc)}
 BACKGROUND=()
 READY_LINE=
 
+# Stops the program that was started last.
+stop_last()
+{
+    kill "${BACKGROUND[-1]}" 2>/dev/null || true
+    wait "${BACKGROUND[-1]}" 2>/dev/null || true
+    unset 'BACKGROUND[-1]'
+}
+
 clean_up()
 {
-    local pid i
-    # Last started, first stopped: a provider leaves the bus before the bus goes.
-    for ((i = ${#BACKGROUND[@]} - 1; i >= 0; i--)); do
-        pid=${BACKGROUND[i]}
-        kill "$pid" 2>/dev/null || true
-        wait "$pid" 2>/dev/null || true
+    while ((${#BACKGROUND[@]} > 0)); do
+        stop_last
     done
     rm -rf "$SCRATCH"
 }
@@ -38,6 +43,7 @@ fail()
 start_in_background()
 {
     local output="$SCRATCH/ready.${#BACKGROUND[@]}"
+    rm -f "$output"
     mkfifo "$output"
     "$@" >"$output" 2>"$output.errors" &
     BACKGROUND+=($!)
