@@ -68,6 +68,7 @@ public:
     std::string deviceIdAsVel(const std::string& id) const override;
 
     /// Reads every device. Of several main devices the one listed first is returned and the others are logged.
+    // NOLINTNEXTLINE(bugprone-exception-escape): not the program's entry
     std::string main() const override;
     std::string mainAsVel() const override;
     bool setDeviceId(const std::string& id, const std::string& xml) override;

@@ -31,6 +31,7 @@ protected:
 ///
 /// Immutable: calls may overlap. Each opens a bus connection of its own and caches nothing; the services that it
 /// returns share that connection and keep it open.
+// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): final, so it is never deleted as anything less
 class DEVICEID_EXPORT DbusDiscoverer final : public ServiceDiscovererIfc, virtual Log::Logger
 {
 public:

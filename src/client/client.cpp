@@ -49,6 +49,7 @@ std::string Client::deviceIdAsVel(const std::string& id) const
     return velOf(deviceId(id), "The device id '" + id + "'");
 }
 
+// NOLINTNEXTLINE(bugprone-exception-escape): not the program's entry
 std::string Client::main() const
 {
     // A main device whose document is empty does not count as found, so the text itself tells whether one was.
