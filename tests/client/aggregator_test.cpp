@@ -1,5 +1,5 @@
-#include <log_capture.h>
 #include "fake_services.h"
+#include <log_capture.h>
 
 #include <deviceid/aggregator.h>
 
@@ -11,18 +11,15 @@
 namespace
 {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::ThrowsMessage;
-using Tests::FakeDiscoverer;
-using Tests::FakeService;
-using Tests::Line;
-using Tests::LogCapture;
-using Tolvek::Orvan::DeviceId::Aggregator;
-using Tolvek::Orvan::DeviceId::Data;
+using namespace testing;
+using namespace Tests;
+using namespace Tolvek::Orvan::DeviceId;
 using Tolvek::Orvan::Log::Severity;
 
-const std::string loggerName{"Tolvek::Orvan::DeviceId::Aggregator"};
+Line line(int severity, const std::string& text)
+{
+    return {severity, "Tolvek::Orvan::DeviceId::Aggregator", text};
+}
 
 class AggregatorTest : public testing::Test
 {
@@ -39,16 +36,12 @@ protected:
     void expectFailure(const std::string& id, const std::string& text)
     {
         const LogCapture log{Severity::Error};
-        const auto data = aggregator_.deviceId(id);
-        EXPECT_EQ(data->status, 1);
-        EXPECT_EQ(data->xml, text);
-        EXPECT_FALSE(data->isMain);
+        EXPECT_THAT(aggregator_.deviceId(id), Pointee(FieldsAre(1, text, false)));
         EXPECT_EQ(aggregator_.setDeviceId(id, "<%n>"), 1);
-        const Line reason{1, loggerName, text};
+        const Line reason = line(1, text);
         EXPECT_THAT(log.lines(),
                     ElementsAre(reason, reason,
-                                Line{1, loggerName,
-                                     "Error while setting deviceid id=" + id + " to '<%n>'. Error was: " + text}));
+                                line(1, "Error while setting deviceid id=" + id + " to '<%n>'. Error was: " + text)));
     }
 
 private:
@@ -63,14 +56,11 @@ TEST_F(AggregatorTest, listsEveryDeviceUnderItsServiceInTheOrderOfDiscovery)
     find("z", {{"b", {}}});
     const LogCapture log;
     EXPECT_THAT(aggregator().deviceList(), ElementsAre("z#b", "z#", "a#x#%s", "z#b"));
-    EXPECT_THAT(
-        log.lines(),
-        ElementsAre(Line{5, loggerName, "+deviceList()"}, Line{5, loggerName, "Found DeviceID service with name z"},
-                    Line{5, loggerName, "Found deviceid b"}, Line{5, loggerName, "Found deviceid "},
-                    Line{5, loggerName, "Found DeviceID service with name a"},
-                    Line{5, loggerName, "Found deviceid x#%s"},
-                    Line{5, loggerName, "Found DeviceID service with name z"}, Line{5, loggerName, "Found deviceid b"},
-                    Line{5, loggerName, "-deviceList(): found 4 devices"}));
+    EXPECT_THAT(log.lines(), ElementsAre(line(5, "+deviceList()"), line(5, "Found DeviceID service with name z"),
+                                         line(5, "Found deviceid b"), line(5, "Found deviceid "),
+                                         line(5, "Found DeviceID service with name a"), line(5, "Found deviceid x#%s"),
+                                         line(5, "Found DeviceID service with name z"), line(5, "Found deviceid b"),
+                                         line(5, "-deviceList(): found 4 devices")));
     EXPECT_EQ(discoveries(), 1);
 }
 
@@ -98,18 +88,11 @@ TEST_F(AggregatorTest, passesTheAnswersOfAServiceOnUnchanged)
     auto& srv = find("srv", {{"good", {0, "<x/>", true}}, {"bad", {-5, "text", true}}});
     srv.writeStatus = 42;
     const LogCapture log;
-    const auto good = aggregator().deviceId("srv#good");
-    EXPECT_EQ(good->status, 0);
-    EXPECT_EQ(good->xml, "<x/>");
-    EXPECT_TRUE(good->isMain);
-    const auto bad = aggregator().deviceId("srv#bad");
-    EXPECT_EQ(bad->status, -5);
-    EXPECT_EQ(bad->xml, "text");
-    EXPECT_TRUE(bad->isMain);
+    EXPECT_THAT(aggregator().deviceId("srv#good"), Pointee(FieldsAre(0, "<x/>", true)));
+    EXPECT_THAT(aggregator().deviceId("srv#bad"), Pointee(FieldsAre(-5, "text", true)));
     EXPECT_EQ(aggregator().setDeviceId("srv#good", "<y/>"), 42);
-    EXPECT_THAT(log.lines(), ElementsAre(Line{5, loggerName, "deviceId(id='srv#good')"},
-                                         Line{5, loggerName, "deviceId(id='srv#bad')"},
-                                         Line{5, loggerName, "setDeviceId(id = 'srv#good', xmlData='<y/>')"}));
+    EXPECT_THAT(log.lines(), ElementsAre(line(5, "deviceId(id='srv#good')"), line(5, "deviceId(id='srv#bad')"),
+                                         line(5, "setDeviceId(id = 'srv#good', xmlData='<y/>')")));
 }
 
 TEST_F(AggregatorTest, refusesMalformedIdsWithoutADiscovery)
@@ -136,17 +119,15 @@ TEST_F(AggregatorTest, turnsWhatAServiceThrowsIntoAStatusButLetsAListFail)
 
     srv.fault = [] { throw std::logic_error("gone"); };
     EXPECT_THAT([&] { aggregator().deviceList(); }, ThrowsMessage<std::logic_error>("gone"));
-    EXPECT_EQ(aggregator().deviceId("srv#x")->status, 1);
-    EXPECT_EQ(aggregator().deviceId("srv#x")->xml, "gone");
+    EXPECT_THAT(aggregator().deviceId("srv#x"), Pointee(FieldsAre(1, "gone", false)));
     EXPECT_EQ(aggregator().setDeviceId("srv#x", "<x/>"), 1);
 
     srv.fault = [] { throw 1; };
-    EXPECT_EQ(aggregator().deviceId("srv#x")->status, 3);
+    EXPECT_THAT(aggregator().deviceId("srv#x"), Pointee(FieldsAre(3, "", false)));
     EXPECT_EQ(aggregator().setDeviceId("srv#x", "<x/>"), 3);
-    EXPECT_THAT(log.lines(),
-                ElementsAre(Line{1, loggerName, "Error while setting deviceid id=srv#x to '<x/>'. Error was: gone"},
-                            Line{1, loggerName, "Unknown error thrown by deviceId(id=srv#x)"},
-                            Line{1, loggerName, "Unknown error while setting deviceid id=srv#x to '<x/>'"}));
+    EXPECT_THAT(log.lines(), ElementsAre(line(1, "Error while setting deviceid id=srv#x to '<x/>'. Error was: gone"),
+                                         line(1, "Unknown error thrown by deviceId(id=srv#x)"),
+                                         line(1, "Unknown error while setting deviceid id=srv#x to '<x/>'")));
 }
 
 } // namespace

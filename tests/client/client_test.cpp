@@ -1,5 +1,5 @@
-#include <log_capture.h>
 #include "fake_services.h"
+#include <log_capture.h>
 
 #include <deviceid/client.h>
 #include <deviceid/vel_conversion.h>
@@ -12,18 +12,16 @@
 namespace
 {
 
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::StartsWith;
-using testing::ThrowsMessage;
-using Tests::FakeService;
-using Tests::Line;
-using Tests::LogCapture;
-using Tolvek::Orvan::DeviceId::Client;
-using Tolvek::Orvan::DeviceId::velToDeviceIdXml;
+using namespace testing;
+using namespace Tests;
+using namespace Tolvek::Orvan::DeviceId;
+using Tolvek::Orvan::Log::Severity;
 
-const std::string loggerName{"Tolvek::Orvan::DeviceId::Client"};
+Line line(int severity, const std::string& text)
+{
+    return {severity, "Tolvek::Orvan::DeviceId::Client", text};
+}
+
 const std::string vel{"VEL/Q1;U=Unit;P=0815;S=17"};
 const std::string noMain{"No main device found"};
 
@@ -37,8 +35,8 @@ TEST(Client, readsADeviceOrThrowsWhyNot)
     EXPECT_EQ(client.deviceId("good"), "<x/>");
     const std::string text{"Device identification for (%s) failed (File error)"};
     EXPECT_THAT([&] { client.deviceId("%s"); }, ThrowsMessage<std::runtime_error>(text));
-    EXPECT_THAT(log.lines(), ElementsAre(Line{5, loggerName, "deviceId(id = 'good')"},
-                                         Line{5, loggerName, "deviceId(id = '%s')"}, Line{1, loggerName, text}));
+    EXPECT_THAT(log.lines(),
+                ElementsAre(line(5, "deviceId(id = 'good')"), line(5, "deviceId(id = '%s')"), line(1, text)));
     EXPECT_THAT([&] { client.deviceId("odd"); }, ThrowsMessage<std::runtime_error>(HasSubstr("(Unknown error)")));
     EXPECT_THAT([&] { client.deviceIdAsVel("none"); },
                 ThrowsMessage<std::runtime_error>("Device identification for (none) failed (Id was not found.)"));
@@ -55,12 +53,10 @@ TEST(Client, writesADeviceOrReturnsFalseForAnyStatus)
     for (service->writeStatus = -2; service->writeStatus < 0; ++service->writeStatus)
         EXPECT_FALSE(client.setDeviceId("a", "<%n>"));
 
-    const Line entry{3, loggerName, "Setting new deviceId data for (a) in xml (<%n>)."};
+    const auto entry = line(3, "Setting new deviceId data for (a) in xml (<%n>).");
     EXPECT_THAT(log.lines(),
-                ElementsAre(entry, entry,
-                            Line{1, loggerName, "The deviceId data for (a) could not be set. Error code is (-2)."},
-                            entry,
-                            Line{1, loggerName, "The deviceId data for (a) could not be set. Error code is (-1)."}));
+                ElementsAre(entry, entry, line(1, "The deviceId data for (a) could not be set. Error code is (-2)."),
+                            entry, line(1, "The deviceId data for (a) could not be set. Error code is (-1).")));
     EXPECT_THAT(service->calls, ElementsAre("write a <%n>", "write a <%n>", "write a <%n>"));
 }
 
@@ -76,9 +72,8 @@ TEST(Client, findsTheFirstMainDeviceAndReportsEveryOther)
     EXPECT_EQ(Client{service}.main(), "<1/>");
     const std::string warning{"There was more than one main device found. The first (and returned) main device has the "
                               "following xml (<1/>) and the second one that ("};
-    EXPECT_THAT(log.lines(),
-                ElementsAre(Line{2, loggerName, "Device identification of (broken) is not valid (DBus error)"},
-                            Line{1, loggerName, warning + "<2/>)."}, Line{1, loggerName, warning + ")."}));
+    EXPECT_THAT(log.lines(), ElementsAre(line(2, "Device identification of (broken) is not valid (DBus error)"),
+                                         line(1, warning + "<2/>)."), line(1, warning + ").")));
     EXPECT_THAT(service->calls,
                 ElementsAre("read broken", "read empty", "read plain", "read first", "read second", "read third"));
 }
@@ -132,7 +127,7 @@ TEST(Client, letsWhatTheServiceThrowsThrough)
     const auto service = std::make_shared<FakeService>(FakeService::Devices{{"a", {}}});
     Client client{service};
     service->fault = [] { throw std::logic_error("bus"); };
-    const LogCapture log{Tolvek::Orvan::Log::Severity::Error};
+    const LogCapture log{Severity::Error};
     EXPECT_THROW(client.deviceList(), std::logic_error);
     EXPECT_THROW(client.main(), std::logic_error);
     EXPECT_THROW(client.deviceIdAsVel("a"), std::logic_error);

@@ -62,6 +62,7 @@ private:
     std::string name_;
 };
 
+// NOLINTNEXTLINE(cppcoreguidelines-virtual-class-destructor): final, so it is never deleted as anything less
 class FakeDiscoverer final : public Tolvek::Orvan::DeviceId::ServiceDiscovererIfc
 {
 public:

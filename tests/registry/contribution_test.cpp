@@ -11,42 +11,35 @@
 namespace
 {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::ThrowsMessage;
-using Tests::Line;
-using Tests::LogCapture;
-using Tolvek::Orvan::DeviceId::Contribution;
-using Tolvek::Orvan::DeviceId::ReadFunction;
-using Tolvek::Orvan::DeviceId::WriteFunction;
+using namespace testing;
+using namespace Tests;
+using namespace Tolvek::Orvan::DeviceId;
 
-const std::string loggerName{"Tolvek::Orvan::DeviceId::Contribution"};
+Line line(int severity, const std::string& text)
+{
+    return {severity, "Tolvek::Orvan::DeviceId::Contribution", text};
+}
+
 const ReadFunction readNothing = [] { return std::string{}; };
 const WriteFunction ignore = [](const std::string&) {};
 
 TEST(Contribution, isRefusedWithoutBothFunctionsAndThenWithoutAnId)
 {
     const std::string missing{"A read or write device id contribution is required."};
-    const std::string missingLine{"For contribution id '%s%n', a read or write device id contribution is required but "
-                                  "at least one was nullptr."};
     const LogCapture log;
-
-    EXPECT_THAT([] { Contribution(true, "%s%n", nullptr, ignore); }, ThrowsMessage<std::invalid_argument>(missing));
-    EXPECT_THAT([] { Contribution(true, "%s%n", readNothing, {}); }, ThrowsMessage<std::invalid_argument>(missing));
+    EXPECT_THAT([] { Contribution(true, "%n", nullptr, ignore); }, ThrowsMessage<std::invalid_argument>(missing));
     EXPECT_THAT([] { Contribution(true, "", readNothing, {}); }, ThrowsMessage<std::invalid_argument>(missing));
     EXPECT_THAT([] { Contribution(true, "", readNothing, ignore); },
                 ThrowsMessage<std::invalid_argument>("Id is empty"));
 
-    EXPECT_THAT(log.lines(), ElementsAre(Line{1, loggerName, missingLine}, Line{1, loggerName, missingLine},
-                                         Line{1, loggerName,
-                                              "For contribution id '', a read or write device id contribution is "
-                                              "required but at least one was nullptr."},
-                                         Line{1, loggerName, "Id is empty"}));
+    const std::string reason{"a read or write device id contribution is required but at least one was nullptr."};
+    EXPECT_THAT(log.lines(), ElementsAre(line(1, "For contribution id '%n', " + reason),
+                                         line(1, "For contribution id '', " + reason), line(1, "Id is empty")));
 }
 
 TEST(Contribution, handsTextsOnByteForByteInBothDirections)
 {
-    const std::string bytes{"<a>\0\xff%s</a>", 12};
+    std::string bytes{"<a>\0\xff%s</a>", 11};
     std::string written;
     const LogCapture log;
     Contribution contribution{false, "a#b/c d", [&] { return bytes; },
@@ -72,8 +65,8 @@ TEST(Contribution, logsAStandardExceptionOnceAndLetsEveryExceptionThrough)
     EXPECT_THROW(foreign.readDeviceId(), int);
     EXPECT_THROW(foreign.writeDeviceId("xml"), int);
 
-    EXPECT_THAT(log.lines(), ElementsAre(Line{1, loggerName, "Error while reading Device Id 'dev'. Error was x%n"},
-                                         Line{1, loggerName, "Error while writing Device Id 'dev'. Error was full"}));
+    EXPECT_THAT(log.lines(), ElementsAre(line(1, "Error while reading Device Id 'dev'. Error was x%n"),
+                                         line(1, "Error while writing Device Id 'dev'. Error was full")));
 }
 
 } // namespace

@@ -10,9 +10,10 @@
 namespace
 {
 
-using testing::Each;
-using testing::IsEmpty;
+using namespace testing;
 using namespace Tolvek::Orvan::DeviceId;
+
+const auto ignore = [](const std::string&) {};
 
 constexpr int threads = 4;
 
@@ -23,6 +24,7 @@ auto together(Work work)
     std::promise<void> start;
     const std::shared_future<void> started = start.get_future().share();
     std::vector<std::future<decltype(work(0))>> running;
+    running.reserve(threads);
     for (int number = 0; number < threads; ++number)
         running.push_back(std::async(std::launch::async,
                                      [work, number, started]
@@ -32,6 +34,7 @@ auto together(Work work)
                                      }));
     start.set_value();
     std::vector<decltype(work(0))> results;
+    results.reserve(threads);
     for (auto& result : running)
         results.push_back(result.get());
     return results;
@@ -66,7 +69,7 @@ TEST(RegistryThreads, neverRunTwoDeviceFunctionsAtOnce)
 
     EXPECT_THAT(together(work), Each(true));
     EXPECT_EQ(reads, threads * rounds);
-    EXPECT_THAT(stored, testing::StartsWith("device "));
+    EXPECT_THAT(stored, StartsWith("device "));
     EXPECT_THAT(ContributionManager::instance()->deviceList(), IsEmpty());
 }
 
@@ -77,7 +80,7 @@ TEST(RegistryThreads, onlyOneOfThemGetsTheMainRole)
         try
         {
             return ContributionManager::instance()->addDeviceId(
-                true, std::to_string(number), [] { return ""; }, [](const std::string&) {});
+                true, std::to_string(number), [] { return ""; }, ignore);
         }
         catch (const std::invalid_argument&)
         {
@@ -85,7 +88,7 @@ TEST(RegistryThreads, onlyOneOfThemGetsTheMainRole)
         }
     };
     const auto tokens = together(claim);
-    EXPECT_THAT(tokens, testing::Contains(testing::NotNull()).Times(1));
+    EXPECT_THAT(tokens, Contains(NotNull()).Times(1));
     EXPECT_EQ(ContributionManager::instance()->deviceList().size(), 1U);
 }
 

@@ -13,9 +13,11 @@
 namespace
 {
 
-using testing::IsEmpty;
-using Tests::LogCapture;
+using namespace testing;
+using namespace Tests;
 using namespace Tolvek::Orvan::DeviceId;
+
+const auto ignore = [](const std::string&) {};
 
 class FailingManager : public ContributionManagerIfc
 {
@@ -34,7 +36,7 @@ private:
 TEST(Token, survivesARemovalThatFailsAndSaysSo)
 {
     const auto contribution = std::make_shared<Contribution>(
-        false, "a", [] { return ""; }, [](const std::string&) {});
+        false, "a", [] { return ""; }, ignore);
     const LogCapture log;
     {
         const Token standard{contribution,
@@ -50,9 +52,9 @@ TEST(Token, mayBeOwnedByTheFunctionsOfAnotherDevice)
 {
     const auto registry = ContributionManager::instance();
     std::shared_ptr<TokenIfc> inner = registry->addDeviceId(
-        false, "inner", [] { return ""; }, [](const std::string&) {});
+        false, "inner", [] { return ""; }, ignore);
     auto outer = registry->addDeviceId(
-        false, "outer", [owned = std::move(inner)] { return ""; }, [](const std::string&) {});
+        false, "outer", [owned = std::move(inner)] { return ""; }, ignore);
     EXPECT_EQ(registry->deviceList().size(), 2U);
     outer.reset();
     EXPECT_THAT(registry->deviceList(), IsEmpty());

@@ -12,10 +12,10 @@
 namespace
 {
 
-using testing::ElementsAre;
-using Tests::Line;
-using Tests::LogCapture;
+using namespace testing;
+using namespace Tests;
 using namespace Tolvek::Orvan::DeviceId;
+using Tolvek::Orvan::Log::Severity;
 
 const std::string velName{"Tolvek::Orvan::DeviceId::VelIdContribution"};
 const std::string registryName{"Tolvek::Orvan::DeviceId::ContributionManager"};
@@ -28,11 +28,8 @@ TEST(VelIdContribution, speaksVelWithTheProcessAndXmlWithTheRegistry)
     const auto token = registry->addVel(
         true, "dev", [] { return vel; }, [&](std::string text) { written = std::move(text); });
 
-    const auto data = registry->deviceId("dev");
-    EXPECT_EQ(data->status, 0);
-    EXPECT_TRUE(data->isMain);
-    EXPECT_EQ(data->xml, velToDeviceIdXml(vel));
-    EXPECT_EQ(registry->setDeviceId("dev", data->xml), 0);
+    EXPECT_THAT(registry->deviceId("dev"), Pointee(FieldsAre(0, velToDeviceIdXml(vel), true)));
+    EXPECT_EQ(registry->setDeviceId("dev", velToDeviceIdXml(vel)), 0);
     EXPECT_EQ(written, vel);
 }
 
@@ -48,15 +45,13 @@ TEST(VelIdContribution, answersWithAStatusWhenADocumentOrAVelStringIsInvalid)
     EXPECT_EQ(writes, 0);
     EXPECT_TRUE(log.contains(1, "Error while writting Device Id 'dev'. Error was '"));
 
-    const auto data = registry->deviceId("dev");
-    EXPECT_EQ(data->status, 2);
-    EXPECT_EQ(data->xml, "");
+    EXPECT_THAT(registry->deviceId("dev"), Pointee(FieldsAre(2, "", false)));
     EXPECT_TRUE(log.contains(1, "Error while reading VEL Id 'dev'. Error was "));
 }
 
 TEST(VelIdContribution, logsAFailureOfTheProcessOnceUnderItsOwnName)
 {
-    const LogCapture log{Tolvek::Orvan::Log::Severity::Error};
+    const LogCapture log{Severity::Error};
     const auto registry = ContributionManager::instance();
     const auto token = registry->addVel(
         false, "dev", []() -> std::string { throw std::runtime_error("r"); },
