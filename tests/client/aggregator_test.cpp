@@ -1,5 +1,5 @@
 #include "fake_services.h"
-#include <log_capture.h>
+#include "support/log_capture.h"
 
 #include <deviceid/aggregator.h>
 

@@ -100,7 +100,7 @@ TEST_F(EndToEnd, aStoppedProviderDelaysTheOthersButDoesNotHideThem)
 {
     const auto healthy = provider("a", {"x=1"});
     const auto stopped = provider("b", {"y=1"});
-    stopped->signal(SIGSTOP);
+    stopped->stop();
     EXPECT_EQ(client_->deviceId(kName + "a#x"), "1");
     EXPECT_TRUE(log().contains(2, "Passing over " + kName + "b: it does not answer"));
     stopped->signal(SIGCONT);

@@ -1,4 +1,4 @@
-#include <log_capture.h>
+#include "support/log_capture.h"
 
 #include <deviceid/contribution_manager.h>
 

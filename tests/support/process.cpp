@@ -94,6 +94,14 @@ void Process::signal(int number) const
     kill(pid_, number);
 }
 
+void Process::stop() const
+{
+    signal(SIGSTOP);
+    while (waitpid(pid_, nullptr, WUNTRACED) < 0 && errno == EINTR)
+    {
+    }
+}
+
 int Process::wait()
 {
     if (exitCode_)

@@ -28,6 +28,8 @@ public:
     void waitUntilReady() { readLine(); }
 
     void signal(int number) const;
+    /// Stops it with SIGSTOP; it no longer runs when this returns.
+    void stop() const;
     /// Waits for its end. \return the exit code, or 128 + the signal that ended it
     int wait();
 

@@ -1,7 +1,7 @@
 #include <deviceid/info.h>
 #include <deviceid/vel_conversion.h>
 
-#include "log_capture.h"
+#include "support/log_capture.h"
 
 #include <gtest/gtest.h>
 
