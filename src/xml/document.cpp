@@ -1,5 +1,7 @@
 #include "xml/document.h"
 
+#include "xml/guarded_parser.h"
+
 #include <libxml/parser.h>
 #include <libxml/xmlversion.h>
 
@@ -12,7 +14,7 @@ Document::Document(const std::string& xml)
 {
     xmlInitParser();
     xmlCheckVersion(LIBXML_VERSION);
-    document_.reset(xmlParseDoc(toXml(xml.c_str())));
+    document_ = parseGuarded(xml);
     if (!document_)
         throw std::invalid_argument("Invalid Device ID XML");
 }

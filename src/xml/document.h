@@ -15,7 +15,7 @@ class Document
 {
 public:
     /// \param xml ends at its first NUL character
-    /// \throws std::invalid_argument if it is not well-formed XML
+    /// \throws std::invalid_argument if it is not well-formed XML or goes beyond a limit
     explicit Document(const std::string& xml);
     ~Document();
 

@@ -2,6 +2,8 @@
 
 #include "xml/document.h"
 #include "xml/document_writer.h"
+#include "xml/expansion.h"
+#include "xml/limits.h"
 #include "xml/namespaces.h"
 #include "xml/vel_date.h"
 #include "xml/xpath.h"
@@ -12,7 +14,9 @@
 #include <libxml/xmlversion.h>
 
 #include <array>
+#include <optional>
 #include <stdexcept>
+#include <utility>
 
 namespace Tolvek::Orvan::DeviceId
 {
@@ -124,6 +128,14 @@ void run(const Step& step, DocumentWriter& document, const Source& source)
     throw std::runtime_error(step.failure + document.problem());
 }
 
+/// What this library writes, it must be able to read.
+void requireReadableSize(std::size_t size)
+{
+    if (size > Limits::documentSize)
+        throw std::runtime_error("VEL too large for a device ID document: " + std::to_string(size) +
+                                 " bytes, at most " + std::to_string(Limits::documentSize) + " can be read");
+}
+
 XPathResult findVel(xmlXPathContextPtr context)
 {
     XPathResult result{xmlXPathEval(toXml("/d:deviceid/qnet:vel"), context)};
@@ -149,10 +161,14 @@ std::string velToDeviceIdXml(const std::string& velStr)
 {
     const Vel::Vel vel = Vel::Vel::parse(velStr);
     xmlCheckVersion(LIBXML_VERSION);
+    // The document holds all of it: there is no need to write hundreds of megabytes to find that out.
+    requireReadableSize(velStr.size());
     DocumentWriter document;
     for (const Step& step : documentSteps)
         run(step, document, {vel, velStr});
-    return document.finish();
+    std::string xml = document.finish();
+    requireReadableSize(xml.size());
+    return xml;
 }
 
 std::string extractVelFromDeviceIdXml(const std::string& xml)
@@ -164,11 +180,11 @@ std::string extractVelFromDeviceIdXml(const std::string& xml)
 
     const XPathResult result = findVel(context.get());
     const xmlNode* const node = onlyNode(result->nodesetval);
-    const XmlText text{xmlNodeListGetString(document.get(), node->children, 1)};
+    std::optional<std::string> text = ownTextOf(node);
     // An element without text gives no string at all. Taken for an empty one, it would wipe what a device has stored.
     if (!text)
         throw std::runtime_error("No VEL found in the DeviceID XML");
-    return fromXml(text.get());
+    return *std::move(text);
 }
 
 } // namespace Tolvek::Orvan::DeviceId

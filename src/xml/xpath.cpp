@@ -1,10 +1,11 @@
 #include "xml/xpath.h"
 
+#include "xml/expansion.h"
+
 #include <libxml/xpathInternals.h>
 
 #include <logger/logger.h>
 
-#include <new>
 #include <optional>
 #include <stdexcept>
 
@@ -16,14 +17,6 @@ namespace
 
 using Log::orvanDoLog;
 using Log::Severity;
-
-std::string textOf(xmlNodePtr node)
-{
-    const XmlText text{xmlNodeGetContent(node)};
-    if (!text)
-        throw std::bad_alloc{};
-    return fromXml(text.get());
-}
 
 std::optional<std::string> evaluate(xmlXPathContextPtr context, const std::string& expression)
 {
@@ -48,7 +41,7 @@ std::optional<std::string> evaluate(xmlXPathContextPtr context, const std::strin
                    {}, expression, nodes->nodeNr);
         return std::nullopt;
     }
-    return textOf(nodes->nodeTab[0]);
+    return contentOf(nodes->nodeTab[0]);
 }
 
 } // namespace

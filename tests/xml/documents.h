@@ -1,0 +1,26 @@
+#pragma once
+
+#include <string>
+
+namespace Tests
+{
+
+/// A document that both readers accept, with these texts in it. The root's name for the DTD is `d:deviceid`.
+inline std::string identity(const std::string& vel, const std::string& dtd = {}, const std::string& partNumber = "1")
+{
+    return (dtd.empty() ? std::string{} : "<!DOCTYPE d:deviceid [" + dtd + "]>") +
+           "<d:deviceid xmlns:d='http://www.tolvek.com/deviceid/common' "
+           "xmlns:q='http://www.tolvek.com/deviceid/quennet' partNo='" +
+           partNumber + "' serialNo='2' name='3'><d:production location='4' when='2021-03-05T00:00:00'/><q:vel>" + vel +
+           "</q:vel></d:deviceid>";
+}
+
+inline std::string repeated(std::size_t count, const std::string& text)
+{
+    std::string result;
+    for (std::size_t i = 0; i < count; ++i)
+        result += text;
+    return result;
+}
+
+} // namespace Tests

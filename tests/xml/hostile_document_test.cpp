@@ -1,0 +1,203 @@
+#include <deviceid/info.h>
+#include <deviceid/vel_conversion.h>
+
+#include "documents.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+using Tests::identity;
+using Tests::repeated;
+using Tolvek::Orvan::DeviceId::extractVelFromDeviceIdXml;
+using Tolvek::Orvan::DeviceId::Info;
+using Tolvek::Orvan::DeviceId::velToDeviceIdXml;
+
+namespace
+{
+
+const std::string refused = "refused";
+
+template <typename Read>
+std::string outcomeOf(Read read)
+{
+    try
+    {
+        return read();
+    }
+    catch (const std::invalid_argument& error)
+    {
+        const std::string text = error.what();
+        return text == "Invalid Device ID XML" ? refused : text;
+    }
+    catch (const std::runtime_error& error)
+    {
+        return error.what();
+    }
+}
+
+std::string velIn(const std::string& xml)
+{
+    return outcomeOf([&] { return extractVelFromDeviceIdXml(xml); });
+}
+
+std::string partNumberIn(const std::string& xml)
+{
+    return outcomeOf([&] { return Info::parse(xml).partNumber(); });
+}
+
+void expectRefused(const std::string& what, const std::string& xml)
+{
+    EXPECT_EQ(velIn(xml), refused) << what;
+    EXPECT_EQ(partNumberIn(xml), refused) << what;
+}
+
+std::string contentOf(const std::filesystem::path& file)
+{
+    std::ifstream stream{file, std::ios::binary};
+    std::ostringstream content;
+    content << stream.rdbuf();
+    return content.str();
+}
+
+std::string entity(const std::string& name, const std::string& text)
+{
+    return "<!ENTITY " + name + " '" + text + "'>";
+}
+
+/// What reading a document prints on standard error.
+std::string printedFor(const std::string& xml)
+{
+    testing::internal::CaptureStderr();
+    velIn(xml);
+    return testing::internal::GetCapturedStderr();
+}
+
+void expectFewLines(const std::string& what, const std::string& printed)
+{
+    EXPECT_LE(std::count(printed.begin(), printed.end(), '\n'), 10) << what;
+    EXPECT_LE(printed.size(), 1'024U) << what;
+    EXPECT_TRUE(std::all_of(printed.begin(), printed.end(),
+                            [](char byte) { return byte == '\n' || (byte >= ' ' && byte <= '~'); }))
+        << what;
+}
+
+} // namespace
+
+TEST(HostileDocument, everyOneOfTheCollectionIsRefusedWithFewWords)
+{
+    std::size_t count = 0;
+    for (const auto& file : std::filesystem::directory_iterator{HOSTILE_DOCUMENTS})
+    {
+        const std::string name = file.path().filename();
+        const std::string xml = contentOf(file);
+        expectFewLines(name, printedFor(xml));
+        EXPECT_EQ(velIn(xml), refused) << name;
+        // In some, only the text of one element is beyond all measure; who does not read it is not concerned.
+        EXPECT_EQ(partNumberIn(xml), name.rfind("text-", 0) == 0 ? "1" : refused) << name;
+        ++count;
+    }
+    EXPECT_GT(count, 40U);
+}
+
+TEST(HostileDocument, sizeAloneIsRefusedHoweverItComesAbout)
+{
+    std::string attributes = "<deviceid";
+    for (int i = 0; i < 100'000; ++i)
+        attributes.append(" a").append(std::to_string(i)).append("=''");
+    expectRefused("attributes", attributes + "/>");
+    expectRefused("text", identity(repeated(8'000'000, "a text, ")));
+    expectRefused("elements", "<a>" + repeated(1'000'000, "<b/>") + "</a>");
+    expectRefused("depth", repeated(1'000'000, "<a>"));
+
+    const std::size_t rest = identity("").size();
+    const std::string largest(65'536 - rest, 'x');
+    EXPECT_EQ(velIn(identity(largest)), largest);
+    EXPECT_EQ(partNumberIn(identity(largest)), "1");
+    expectRefused("one byte more", identity(largest + "x"));
+    EXPECT_EQ(velIn(identity("x") + '\0' + std::string(100'000, 'x')), "x") << "what follows a NUL does not count";
+}
+
+TEST(HostileDocument, eachLimitIsReachedButNotExceeded)
+{
+    const auto declarations = [](std::size_t count)
+    {
+        std::string dtd;
+        for (std::size_t i = 0; i < count; ++i)
+            dtd += entity("e" + std::to_string(i), "x");
+        return identity("&e0;", dtd);
+    };
+    EXPECT_EQ(velIn(declarations(64)), "x");
+    expectRefused("declarations", declarations(65));
+
+    const auto entityText = [](std::size_t size) { return identity("&e;", entity("e", std::string(size, 'x'))); };
+    EXPECT_EQ(velIn(entityText(16'384)).size(), 16'384U);
+    expectRefused("text of entities", entityText(16'385));
+
+    const auto references = [](std::size_t count) { return identity(repeated(count, "&e;"), entity("e", "x")); };
+    EXPECT_EQ(velIn(references(4'096)).size(), 4'096U);
+    expectRefused("references", references(4'097));
+
+    const auto text = [](std::size_t length)
+    { return identity(repeated(64, "&e;"), entity("e", std::string(length, 'x'))); };
+    EXPECT_EQ(velIn(text(16'000)).size(), 1'024'000U);
+    EXPECT_EQ(velIn(text(16'384)), refused) << "beside the text, each node costs one";
+
+    const auto redeclared = [](std::size_t count)
+    { return identity("&lt;", repeated(count, entity("lt", "&#38;#60;"))); };
+    EXPECT_EQ(velIn(redeclared(5)), "<");
+    expectRefused("declarations of predefined entities", redeclared(6));
+
+    const auto withDtd = [](std::size_t size)
+    {
+        const std::string dtd = entity("e", "x");
+        return identity(std::string(size - identity("", dtd).size(), 'x'), dtd);
+    };
+    EXPECT_EQ(partNumberIn(withDtd(40'960)), "1");
+    expectRefused("size with a DTD", withDtd(40'961));
+}
+
+TEST(HostileDocument, parameterEntitiesMayDeclareButNotNest)
+{
+    EXPECT_EQ(velIn(identity("&who;", "<!ENTITY % p \"<!ENTITY who 'me'>\">%p;")), "me");
+    expectRefused("nested", identity("x", "<!ENTITY % p ''><!ENTITY % q '&#37;p;'>%q;"));
+    const std::string comment = "<!ENTITY % p '<!--" + std::string(5'000, 'x') + "-->'>";
+    EXPECT_EQ(velIn(identity("x", comment + repeated(3, "%p;<!-- -->"))), "x");
+    expectRefused("repeated", identity("x", comment + repeated(4, "%p;<!-- -->")));
+}
+
+TEST(HostileDocument, complaintsEndAfterAFewAndCarryNothingOfTheDocumentToATerminal)
+{
+    for (const std::string& unit : std::vector<std::string>{"&x;", "&#1;", "<q:a/>", "<a b='' b=''/>", "\x01", "<a",
+                                                            "<a xml:id='1'/>", "&\xC2\x9B;", "<a xmlns:b='%'/>"})
+        expectFewLines(unit, printedFor("<deviceid>" + repeated(3'000, unit) + "</deviceid>"));
+    for (const std::string& unit :
+         std::vector<std::string>{"<!ENTITY lt 'y'>", "<!NOTATION a SYSTEM 'u'>", "<!ELEMENT a ANY>", "%p;",
+                                  "<!ATTLIST a b ID #IMPLIED c ID #IMPLIED d ID #IMPLIED>", "<!ATTLIST a b ID ''>"})
+        expectFewLines(unit, printedFor("<!DOCTYPE x SYSTEM 'u' [" + repeated(700, unit) + "]><x/>"));
+    expectFewLines("a long name", printedFor("<" + std::string(40'000, 'a') + ">"));
+    EXPECT_NE(printedFor("<a>").find("Entity: line 1: parser error : Premature end of data in tag a line 1\n"),
+              std::string::npos);
+}
+
+TEST(VelToXml, aVelThatCouldNotBeReadBackIsRefused)
+{
+    const auto failureOf = [](const std::string& vel) { return outcomeOf([&] { return velToDeviceIdXml(vel); }); };
+    const std::string frame = velToDeviceIdXml("VEL/T;X=");
+    const std::string largest = "VEL/T;X=" + std::string(65'536 - frame.size(), 'x');
+    EXPECT_EQ(velIn(failureOf(largest)), largest);
+    EXPECT_EQ(failureOf(largest + "x"),
+              "VEL too large for a device ID document: 65537 bytes, at most 65536 can be read");
+    // Short itself, but each character takes five.
+    const std::string markup = std::string(20'000, '&');
+    EXPECT_EQ(failureOf("VEL/T;X=" + markup).rfind("VEL too large for a device ID document: ", 0), 0U);
+    EXPECT_EQ(failureOf("VEL/T;X=" + repeated(10'000'000, "0123456789")),
+              "VEL too large for a device ID document: 100000008 bytes, at most 65536 can be read");
+}
