@@ -46,8 +46,9 @@ public:
 /// that registry: each shows all devices, under its own bus name.
 ///
 /// Registering is thread-safe, also while calls arrive from the bus. The read and write functions run with the
-/// registry's lock held, on the thread of the bus connection, and must neither register devices nor drop tokens. The
-/// contributor must not be destroyed from within them either.
+/// registry's lock held, on the thread of the bus connection, and must neither register devices nor drop tokens; they
+/// may drop the contributor itself. Should the bus end or disconnect the process, a line at severity 1 says so and the
+/// devices are unreachable until a new contributor is made.
 class DEVICEID_EXPORT ServiceContributor : public ServiceContributorIfc
 {
 public:

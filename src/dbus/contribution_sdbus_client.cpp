@@ -1,5 +1,7 @@
 #include "contribution_sdbus_client.h"
 
+#include <busconnection/dbus/handler_boundary.h>
+
 #include <tuple>
 #include <utility>
 
@@ -7,6 +9,7 @@ namespace Tolvek::Orvan::DeviceId
 {
 
 using Log::Severity;
+using Utils::BusConnection::Dbus::requireCarriable;
 
 namespace
 {
@@ -45,7 +48,7 @@ std::shared_ptr<Data> ContributionSdbusClient::deviceId(const std::string& name)
     auto data = std::make_shared<Data>();
     try
     {
-        std::tie(data->status, data->xml, data->isMain) = proxy().deviceId(name);
+        std::tie(data->status, data->xml, data->isMain) = proxy().deviceId(requireCarriable(name));
     }
     catch (const sdbus::Error& error)
     {
@@ -59,7 +62,7 @@ int ContributionSdbusClient::setDeviceId(const std::string& name, const std::str
 {
     try
     {
-        return proxy().setDeviceId(name, xml);
+        return proxy().setDeviceId(requireCarriable(name), requireCarriable(xml));
     }
     catch (const sdbus::Error& error)
     {

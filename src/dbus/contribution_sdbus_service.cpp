@@ -16,8 +16,8 @@ ContributionSdbusIfc::ContributionSdbusIfc(std::string relativePath, std::shared
 
 ContributionSdbusIfc::~ContributionSdbusIfc() = default;
 
-ContributionSdbusService::ContributionSdbusService(const std::shared_ptr<Utils::BusConnection::FactoryIfc>& factory,
-                                                   const std::shared_ptr<ContributionSdbusIfc>& object)
+ContributionSdbusService::ContributionSdbusService(std::shared_ptr<Utils::BusConnection::FactoryIfc> factory,
+                                                   std::shared_ptr<ContributionSdbusIfc> object)
     : Logger("Tolvek::Orvan::Log::DeviceId::ContributionSdbusService", "", std::make_shared<Log::LoggerImpl>())
     , Service(factory, object, object->relativePath())
 {

@@ -29,8 +29,8 @@ class DEVICEID_EXPORT ContributionSdbusService final
 public:
     /// \throws std::invalid_argument if the factory is not one for D-Bus
     /// \throws sdbus::Error          if the object cannot be put on the bus
-    ContributionSdbusService(const std::shared_ptr<Utils::BusConnection::FactoryIfc>& factory,
-                             const std::shared_ptr<ContributionSdbusIfc>& object);
+    ContributionSdbusService(std::shared_ptr<Utils::BusConnection::FactoryIfc> factory,
+                             std::shared_ptr<ContributionSdbusIfc> object);
     ~ContributionSdbusService();
     ContributionSdbusService(const ContributionSdbusService&) = delete;
     ContributionSdbusService(ContributionSdbusService&&) = delete;

@@ -12,6 +12,7 @@
 
 #include <sdbus-c++/sdbus-c++.h>
 
+#include <algorithm>
 #include <string>
 #include <string_view>
 #include <utility>

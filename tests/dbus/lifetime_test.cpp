@@ -4,17 +4,24 @@
 #include <deviceid/contribution_manager.h>
 #include <deviceid/service_factory.h>
 
+#include <logger/configuration.h>
+
 #include <gmock/gmock.h>
 
 #include <atomic>
 #include <filesystem>
+#include <fstream>
 #include <future>
 #include <iterator>
 #include <memory>
 #include <optional>
+#include <sstream>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
+
+#include <unistd.h>
 
 namespace
 {
@@ -79,10 +86,17 @@ TEST_F(Lifetime, aFactoryThatEndsWaitsForTheRunningHandler)
                                  });
     auto reader = std::async(std::launch::async, [] { return readRaw("probe", "slow"); });
     entered.get_future().wait();
-    auto ending = std::async(std::launch::async, [&] { factory.reset(); });
+    auto ending = std::async(std::launch::async,
+                             [&]
+                             {
+                                 factory.reset();
+                                 return left.load();
+                             });
+    while (!log().contains(3, "unregister service com.tolvek.orvan.deviceid.probe"))
+        std::this_thread::yield();
+    EXPECT_FALSE(left);
     released.set_value();
-    ending.get();
-    EXPECT_TRUE(left);
+    EXPECT_TRUE(ending.get()) << "the factory was gone before its handler had finished";
     EXPECT_EQ(reader.get(), "<slow/>") << "the reply of the last handler is still sent";
 }
 
@@ -102,37 +116,34 @@ TEST_F(Lifetime, aHandlerMayDropTheLastReferenceToItsOwnFactory)
 
 TEST_F(Lifetime, clientsThatSawTheNameGetAnAnswerHoweverEarlyTheyAsk)
 {
-    const auto connection = sdbus::createSessionBusConnection();
-    const auto proxy = rawProvider(*connection, "probe");
-    std::atomic<bool> done{false};
-    std::atomic<int> unknownObjects{0};
-    std::thread reader{[&]
-                       {
-                           while (!done)
-                           {
-                               try
-                               {
-                                   proxy->callMethod("deviceList").onInterface(kInterface);
-                               }
-                               catch (const sdbus::Error& error)
-                               {
-                                   if (error.getName() == "org.freedesktop.DBus.Error.UnknownObject" ||
-                                       error.getName() == "org.freedesktop.DBus.Error.UnknownMethod")
-                                       ++unknownObjects;
-                               }
-                           }
-                       }};
-    constexpr int kRounds = 50;
+    constexpr int kRounds = 100;
     for (int i = 0; i < kRounds; ++i)
     {
+        std::promise<void> asking;
+        auto firstAnswer = std::async(std::launch::async,
+                                      [&asking]
+                                      {
+                                          const auto connection = sdbus::createSessionBusConnection();
+                                          const auto proxy = rawProvider(*connection, "probe");
+                                          asking.set_value();
+                                          for (;;)
+                                          {
+                                              try
+                                              {
+                                                  proxy->callMethod("deviceList").onInterface(kInterface);
+                                                  return std::string{"a list"};
+                                              }
+                                              catch (const sdbus::Error& error)
+                                              {
+                                                  if (error.getName() != "org.freedesktop.DBus.Error.ServiceUnknown")
+                                                      return error.getName();
+                                              }
+                                          }
+                                      });
+        asking.get_future().wait();
         const ServiceFactory factory{"probe", kBusType};
-        const auto ready = sdbus::createSessionBusConnection();
-        EXPECT_NO_THROW(rawProvider(*ready, "probe")->callMethod("deviceList").onInterface(kInterface));
+        ASSERT_EQ(firstAnswer.get(), "a list");
     }
-    done = true;
-    reader.join();
-    // An object that leaves the bus before its name does may be missed; one that comes never.
-    EXPECT_LE(unknownObjects, kRounds);
 }
 
 TEST_F(Lifetime, factoriesComeAndGoUnderFire)
@@ -178,6 +189,61 @@ TEST_F(Lifetime, factoriesComeAndGoUnderFire)
         client.join();
     EXPECT_EQ(entriesOf("/proc/self/fd"), descriptors);
     EXPECT_EQ(entriesOf("/proc/self/task"), threads);
+}
+
+/// Removes a file at the end, and its folder if that is empty then.
+class FileOfTest
+{
+public:
+    explicit FileOfTest(std::filesystem::path path)
+        : path_{std::move(path)}
+    {
+    }
+    ~FileOfTest()
+    {
+        std::error_code ignored;
+        std::filesystem::remove(path_, ignored);
+        if (path_.parent_path() == "/tmp/deviceid")
+            std::filesystem::remove(path_.parent_path(), ignored);
+    }
+    FileOfTest(const FileOfTest&) = delete;
+    FileOfTest(FileOfTest&&) = delete;
+    FileOfTest& operator=(const FileOfTest&) = delete;
+    FileOfTest& operator=(FileOfTest&&) = delete;
+
+    [[nodiscard]] std::string content() const
+    {
+        std::ostringstream text;
+        text << std::ifstream{path_}.rdbuf();
+        return text.str();
+    }
+
+private:
+    std::filesystem::path path_;
+};
+
+TEST_F(Lifetime, aFactoryConfiguresLoggingOnlyIfNobodyElseHas)
+{
+    using Tolvek::Orvan::Log::Configuration;
+    const auto name = "test_" + std::to_string(getpid());
+    const FileOfTest all{"/tmp/deviceid/" + name + "_service.log"};
+    const FileOfTest errors{"/var/log/deviceid_" + name + "_service.nv.log"};
+    {
+        const ServiceFactory factory{name, kBusType};
+        EXPECT_EQ(all.content(), "");
+    }
+
+    Configuration::reset();
+    const ServiceFactory factory{name, kBusType};
+    EXPECT_TRUE(Configuration::isInitialized());
+    const auto token = addDevice(factory, "broken", []() -> std::string { throw std::runtime_error{"no device"}; });
+    readRaw(name, "broken");
+    EXPECT_THAT(all.content(), testing::HasSubstr("+deviceId(id='broken')"));
+    EXPECT_THAT(all.content(), testing::HasSubstr("Error was no device"));
+    if (access("/var/log", W_OK) != 0)
+        GTEST_SKIP() << "the second log file needs a user who may write to /var/log";
+    EXPECT_THAT(errors.content(), testing::HasSubstr("Error was no device"));
+    EXPECT_THAT(errors.content(), testing::Not(testing::HasSubstr("+deviceId")));
 }
 
 } // namespace

@@ -114,6 +114,41 @@ TEST_F(Registration, aServiceWhoseObjectIsGoneAnswersWithErrors)
     EXPECT_EQ(proxy.setDeviceId("x", ""), 3);
 }
 
+TEST_F(Registration, anErrorWithAnImpossibleNameIsStillAReply)
+{
+    class Broken : public ServiceIfc
+    {
+        std::vector<std::string> deviceList() override { throw sdbus::Error{"", "no name"}; }
+        std::shared_ptr<Data> deviceId(const std::string& id) const override { throw sdbus::Error{id, "odd name"}; }
+        int setDeviceId(const std::string& /*id*/, const std::string& /*xml*/) override { throw std::logic_error{"x"}; }
+        std::string name() const override { return {}; }
+    };
+    const auto object = std::make_shared<ContributionSdbusIfc>("deviceid", std::make_shared<Broken>());
+    const auto service = serve(object);
+    auto proxy = client("com.tolvek.orvan.deviceid.probe");
+    EXPECT_THAT(proxy.deviceList(), ElementsAre(""));
+    for (const auto* name : {"a", "a..b", "a.1", ".a.b", "a.b.", "a.b-c"})
+        EXPECT_EQ(proxy.deviceId(name)->xml, "[org.freedesktop.DBus.Error.Failed] odd name") << name;
+    EXPECT_EQ(proxy.deviceId("com.example.Error_1")->xml, "[com.example.Error_1] odd name");
+    EXPECT_EQ(proxy.setDeviceId("a", "x"), 3);
+}
+
+TEST_F(Registration, whatCannotTravelIsNotSentInPart)
+{
+    const auto token = manager_->addDeviceId(
+        false, "a", [] { return "<a/>"; }, [](const std::string&) { ADD_FAILURE() << "was written"; });
+    const auto object = registryObject();
+    const auto service = serve(object);
+    auto proxy = client("com.tolvek.orvan.deviceid.probe");
+    const std::string idWithNul{"a\0b", 3};
+    const std::string xmlWithNul{"<x/>\0<y/>", 9};
+    EXPECT_EQ(proxy.deviceId(idWithNul)->status, 3);
+    EXPECT_EQ(proxy.setDeviceId(idWithNul, "<x/>"), 3);
+    EXPECT_EQ(proxy.setDeviceId("a", xmlWithNul), 3);
+    EXPECT_EQ(proxy.setDeviceId("a", "\xff"), 3);
+    EXPECT_EQ(proxy.deviceId("a")->xml, "<a/>");
+}
+
 TEST_F(Registration, aProviderThatIsNotThereIsStatusThree)
 {
     auto proxy = client("com.tolvek.orvan.deviceid.nobody");

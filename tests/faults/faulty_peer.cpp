@@ -109,6 +109,16 @@ Behaviour failingCalls()
     };
 }
 
+/// Names many objects and then says no more.
+Behaviour silentAfterNaming(int count)
+{
+    return [count](sd_bus_message* call)
+    {
+        const std::string path = sd_bus_message_get_path(call);
+        return path == "/com/tolvek/orvan" ? answer(call, children(count)) : 0;
+    };
+}
+
 /// All faults by name; `argument` is the number that some of them take.
 std::map<std::string, std::function<Behaviour(int)>> faults()
 {
@@ -131,6 +141,7 @@ std::map<std::string, std::function<Behaviour(int)>> faults()
         {"huge", [](int) { return always(node(interfaceElement() + "<!--" + std::string(kHuge, 'x') + "-->")); }},
         {"deep", [](int) { return always(nested(kDeep)); }},
         {"many-children", [](int) { return always(children(kMany)); }},
+        {"names-then-silent", silentAfterNaming},
         {"endless", [](int) { return always(node("<node name=\"a\"/><node name=\"b\"/>")); }},
         {"odd-names",
          [](int)

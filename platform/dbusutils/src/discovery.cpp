@@ -13,17 +13,18 @@
 //    in the same breath, ahead of all others, and need no second round. Further questions go only to child nodes that
 //    no answer has described yet.
 //
-// All questions are open at the same time, sent and answered on the calling thread. A window keeps the number of
-// questions in flight at 32. A question that has waited some milliseconds no longer counts against the window: its
-// peer may be silent for good, and the others must not queue behind it. The bus counts it all the same, and refuses
-// when a connection has too many open; before that point is reached, the remaining questions move to one more
-// connection.
+// All questions are open at the same time, sent and answered on the calling thread; the peers take turns, so that one
+// with many objects does not hold up the others. A window keeps the number of questions in flight at 32. A question
+// that has waited some milliseconds no longer counts against the window: its peer may be silent for good, and the
+// others must not queue behind it. The bus counts it all the same, and refuses when a connection has too many open;
+// before that point is reached, the remaining questions move to one more connection. A question that the bus refuses is
+// asked again.
 //
-// A peer may take its time, but not without progress: one of this platform 2 s, any other 250 ms, counted from its
-// first question and anew from each answer. Then it is passed over, with a line that names it. The waits of all peers
-// run at the same time, so any number of silent peers costs one such wait. A peer that disappears, refuses to be asked,
-// answers something other than introspection XML, or exceeds a limit of discovery_limits.h is passed over as well.
-// What it had said before is dropped: the result must not depend on the order of answers.
+// A peer may take its time, but not without progress: one of this platform 2 s, any other 250 ms, counted from the
+// question that it is asked and anew from each answer. Then it is passed over, with a line that names it. The waits of
+// all peers run at the same time, so any number of silent peers costs one such wait. A peer that disappears, refuses to
+// be asked, answers something other than introspection XML, or exceeds a limit of discovery_limits.h is passed over as
+// well. What it had said before is dropped: the result must not depend on the order of answers.
 
 #include "discovery.h"
 
@@ -40,7 +41,6 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
-#include <deque>
 #include <list>
 #include <string_view>
 #include <system_error>
@@ -90,15 +90,16 @@ public:
 
     std::map<std::string, std::vector<std::string>> run(const std::vector<std::string>& names)
     {
-        queueFirstQuestions(names);
+        enquireAboutFirstPlaces(names);
         while (isAnyPeerOpen())
         {
-            fillWindow();
-            waitForTraffic();
-            const auto now = Clock::now(); // before the answers are read: one that has arrived by now is in time
+            const auto now = Clock::now();
+            fillWindow(now);
+            waitForTraffic(now);
+            const auto judgement = Clock::now(); // before the answers are read: what has arrived by now is in time
             for (auto& lane : lanes_)
                 lane.takeAnswers();
-            passOverSilentPeers(now);
+            passOverSilentPeers(judgement);
         }
         return result();
     }
@@ -110,7 +111,7 @@ private:
                             [this](const Question& question, const Answer& answer) { onAnswer(question, answer); });
     }
 
-    void queueFirstQuestions(const std::vector<std::string>& names)
+    void enquireAboutFirstPlaces(const std::vector<std::string>& names)
     {
         const auto prefix = interfaceName_.substr(0, interfaceName_.rfind('.'));
         const auto isLikely = [&prefix](const std::string& name)
@@ -123,18 +124,12 @@ private:
             peers_.emplace_back(std::move(name));
 
         const auto mirror = mirrorOf(prefix);
-        for (std::size_t peer = 0; peer < peers_.size(); ++peer)
+        for (auto& peer : peers_)
         {
-            if (isLikely(peers_[peer].name()) && isBelow(mirror, CommonPath, '/'))
-                enquire(peer, {mirror, 1});
-            enquire(peer, {CommonPath, 0});
+            if (isLikely(peer.name()) && isBelow(mirror, CommonPath, '/'))
+                peer.enquire({mirror, 1});
+            peer.enquire({CommonPath, 0});
         }
-    }
-
-    void enquire(std::size_t peer, Place place)
-    {
-        if (peers_[peer].enquire(place.path))
-            queue_.push_back({peer, std::move(place)});
     }
 
     [[nodiscard]] bool isAnyPeerOpen() const
@@ -142,21 +137,22 @@ private:
         return std::any_of(peers_.begin(), peers_.end(), [](const Peer& peer) { return peer.isOpen(); });
     }
 
-    void fillWindow()
+    /// Lets the peers take turns, from where the last round ended, until the window is full or nobody may be asked.
+    void fillWindow(Clock::time_point now)
     {
-        const auto now = Clock::now();
-        if (now < pausedUntil_)
-            return;
         auto inFlight = questionsInFlight(now);
-        while (!queue_.empty() && inFlight < kWindow)
+        for (std::size_t passed = 0; passed < peers_.size() && inFlight < kWindow; turn_ = (turn_ + 1) % peers_.size())
         {
-            const auto question = std::move(queue_.front());
-            queue_.pop_front();
-            if (peers_[question.peer].isPassedOver())
+            if (!peers_[turn_].mayBeAsked(now))
+            {
+                ++passed;
                 continue;
-            ask(question, now);
+            }
+            ask(turn_, now);
             ++inFlight;
+            passed = 0;
         }
+        isWindowFull_ = inFlight >= kWindow;
     }
 
     [[nodiscard]] std::size_t questionsInFlight(Clock::time_point now) const
@@ -167,13 +163,11 @@ private:
         return count;
     }
 
-    void ask(const Question& question, Clock::time_point now)
+    void ask(std::size_t peer, Clock::time_point now)
     {
-        auto& peer = peers_[question.peer];
         if (!lanes_.back().hasRoom())
             addLane(openConnection_());
-        peer.questionSent(now);
-        lanes_.back().ask(question, peer.name(), now);
+        lanes_.back().ask({peer, peers_[peer].ask(now)}, peers_[peer].name(), now);
     }
 
     void onAnswer(const Question& question, const Answer& answer)
@@ -181,25 +175,12 @@ private:
         auto& peer = peers_[question.peer];
         if (peer.isPassedOver())
             return;
-        if (answer.error != nullptr && isRefusal(*answer.error) && question.refusals < kMaxRefusals)
-            return askAgainLater(question);
-        peer.questionAnswered(Clock::now());
+        if (answer.isRefusal)
+            return peer.refused(question.place, Clock::now());
+        peer.answered(Clock::now());
         if (answer.error != nullptr)
             return onError(peer, *answer.error);
-        onText(question, answer.xml);
-    }
-
-    static bool isRefusal(const sdbus::Error& error)
-    {
-        return error.getName() == "org.freedesktop.DBus.Error.LimitsExceeded";
-    }
-
-    void askAgainLater(Question question)
-    {
-        lanes_.back().noteRefusal();
-        pausedUntil_ = Clock::now() + kRefusalPause;
-        ++question.refusals;
-        queue_.push_back(std::move(question));
+        onText(peer, question.place, answer.xml);
     }
 
     /// Most peers answer that they have no such object, which is as good an answer as any.
@@ -208,30 +189,29 @@ private:
         orvanDoLog(Severity::DetailedTrace, "%s: %s", {}, peer.name(), error.what());
     }
 
-    void onText(const Question& question, std::string_view xml)
+    void onText(Peer& peer, const Place& place, std::string_view xml) const
     {
-        auto& peer = peers_[question.peer];
         if (xml.size() > kMaxAnswerBytes)
             return peer.passOver("its answer is too long");
         const auto description = parseIntrospection(xml, interfaceName_, kMaxDepth);
         if (!description)
             return peer.passOver("its answer is not introspection XML");
-        for (auto& place : peer.describe(question.place, *description))
-            enquire(question.peer, std::move(place));
+        peer.describe(place, *description);
     }
 
     void passOverSilentPeers(Clock::time_point now)
     {
         for (auto& peer : peers_)
         {
-            if (peer.isOpen() && now >= peer.deadline())
-                peer.passOver("it does not answer");
+            if (now >= peer.deadline())
+                peer.passOverForSilence();
         }
     }
 
-    void waitForTraffic()
+    void waitForTraffic(Clock::time_point now) const
     {
-        auto wait = std::max<milliseconds::rep>(std::chrono::ceil<milliseconds>(nextEvent() - Clock::now()).count(), 0);
+        auto wait =
+            std::max<milliseconds::rep>(std::chrono::ceil<milliseconds>(nextEvent(now) - Clock::now()).count(), 0);
         std::vector<pollfd> descriptors;
         for (const auto& lane : lanes_)
         {
@@ -246,20 +226,20 @@ private:
     }
 
     /// When something is to be done even if no answer comes.
-    [[nodiscard]] Clock::time_point nextEvent() const
+    [[nodiscard]] Clock::time_point nextEvent(Clock::time_point now) const
     {
-        const auto now = Clock::now();
         auto next = now + kPlatformPatience;
         for (const auto& peer : peers_)
         {
-            if (peer.isOpen())
-                next = std::min(next, peer.deadline());
+            next = std::min(next, peer.deadline());
+            if (!isWindowFull_)
+                next = std::min(next, peer.nextTurn());
         }
-        if (queue_.empty())
+        if (!isWindowFull_)
             return next;
         for (const auto& lane : lanes_)
             next = std::min(next, lane.oldestSince(now - kInFlight, next) + kInFlight);
-        return now < pausedUntil_ ? std::min(next, pausedUntil_) : next;
+        return next;
     }
 
     [[nodiscard]] std::map<std::string, std::vector<std::string>> result() const
@@ -276,9 +256,9 @@ private:
     const std::function<std::shared_ptr<sdbus::IConnection>()>& openConnection_;
     const std::string& interfaceName_;
     std::vector<Peer> peers_;
-    std::deque<Question> queue_;
+    std::size_t turn_ = 0; ///< whose turn it is to be asked
+    bool isWindowFull_ = false;
     std::list<QuestionLane> lanes_;
-    Clock::time_point pausedUntil_;
 };
 
 } // namespace

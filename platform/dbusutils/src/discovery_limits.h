@@ -15,9 +15,12 @@ constexpr std::chrono::milliseconds kInFlight{8};
 /// Open questions on one connection, given-up ones included. A system bus refuses the 129th, and the call that follows
 /// the discovery needs room too.
 constexpr std::size_t kLaneCapacity = 96;
-/// How often a question is asked again that the bus refused to pass on, and the pause before that.
-constexpr std::size_t kMaxRefusals = 50;
+/// The fewest that a lane is content with when the bus refuses more: the refusal may be about the peer, not the lane.
+constexpr std::size_t kSmallestLane = 8;
+/// The pause before a question is asked again that the bus refused to pass on.
 constexpr std::chrono::milliseconds kRefusalPause{5};
+/// Open questions to one peer: one that names a thousand objects must not crowd out the others.
+constexpr std::size_t kMaxOpenPerPeer = 8;
 
 /// How long a peer may stay silent.
 constexpr std::string_view kPlatformPrefix = "com.tolvek.";

@@ -217,8 +217,8 @@ void Dispatcher::start()
     if (thread_.joinable())
         return;
     const SignalsBlocked blocked;
-    loop_->setRunning();
     thread_ = std::thread{[loop = loop_] { loop->run(); }};
+    loop_->setRunning();
 }
 
 void Dispatcher::pause()

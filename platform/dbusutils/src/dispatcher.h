@@ -51,7 +51,9 @@ public:
     Dispatcher& operator=(const Dispatcher&) = delete;
     Dispatcher& operator=(Dispatcher&&) = delete;
 
-    /// Begins to dispatch, unless that has already been done.
+    /// Begins to dispatch, unless that has already been done. Called while dispatching is paused, so that nothing is
+    /// waited for yet should no thread be had.
+    /// \throws std::system_error if no thread can be made
     void start();
 
     /// Holds dispatching until resume() has been called as often; does nothing on the dispatch thread itself, where

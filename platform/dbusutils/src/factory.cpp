@@ -52,6 +52,8 @@ std::shared_ptr<void> Factory::createService(const std::shared_ptr<BusObject>& o
 
 std::vector<std::string> Factory::serviceNames()
 {
+    if (isServing())
+        return std::make_shared<Factory>(type_)->serviceNames();
     auto bus = sdbus::createProxy(*connection_, "org.freedesktop.DBus", "/org/freedesktop/DBus");
     std::vector<std::string> names;
     bus->callMethod("ListNames").onInterface("org.freedesktop.DBus").storeResultsTo(names);
@@ -75,8 +77,7 @@ const ClientRegistration& Factory::requiredRegistration(std::type_index interfac
 
 Factory::ObjectsByName Factory::objectsImplementing(const std::string& interfaceName)
 {
-    // The answers must reach this thread: a connection whose calls a thread of its own takes cannot be used to ask.
-    if (dispatcher_)
+    if (isServing())
         return std::make_shared<Factory>(type_)->objectsImplementing(interfaceName);
     if (!freshNames_)
         serviceNames();

@@ -23,9 +23,41 @@ constexpr const char* kFailed = "org.freedesktop.DBus.Error.Failed";
 /// More of an error text helps nobody, and a reply that is too long for the bus would cost the connection.
 constexpr std::size_t kMaxErrorText = 4096;
 
+/// Strings in one message: a system bus takes its sender off the bus for a message above 32 MiB.
+constexpr std::size_t kMaxStrings = 31UL * 1024 * 1024;
+/// What a string costs in a list beside its bytes: its length, its NUL and the gap to the next one.
+constexpr std::size_t kListOverhead = 8;
+
+bool isErrorNameElement(std::string_view element)
+{
+    const auto isDigit = [](char letter) { return letter >= '0' && letter <= '9'; };
+    const auto isAllowed = [&isDigit](char letter) {
+        return (letter >= 'a' && letter <= 'z') || (letter >= 'A' && letter <= 'Z') || isDigit(letter) || letter == '_';
+    };
+    return !element.empty() && !isDigit(element.front()) && std::all_of(element.begin(), element.end(), isAllowed);
+}
+
+/// Whether D-Bus takes the name for an error; a reply with another one costs the connection.
+bool isErrorName(std::string_view name)
+{
+    constexpr std::size_t kMaxName = 255;
+    const auto dot = name.find('.');
+    if (name.size() > kMaxName || dot == std::string_view::npos)
+        return false;
+    for (auto rest = name;;)
+    {
+        const auto end = std::min(rest.find('.'), rest.size());
+        if (!isErrorNameElement(rest.substr(0, end)))
+            return false;
+        if (end == rest.size())
+            return true;
+        rest.remove_prefix(end + 1);
+    }
+}
+
 [[noreturn]] void reply(const std::string& name, std::string_view text)
 {
-    throw sdbus::Error{name, madeCarriable(text, kMaxErrorText)};
+    throw sdbus::Error{isErrorName(name) ? name : kFailed, madeCarriable(text, kMaxErrorText)};
 }
 
 /// Services log the std::runtime_error that they pass on; what comes here otherwise is known to nobody yet.
@@ -199,23 +231,44 @@ const sdbus::Message* HandlerBoundary::getCurrentlyProcessedMessage() const
     return object_.getCurrentlyProcessedMessage();
 }
 
-std::string carriable(std::string text)
+const std::string& requireCarriable(const std::string& text)
 {
+    if (text.size() > kMaxStrings)
+    {
+        orvanDoLog(Severity::Error, "A text of %lu bytes is too long for D-Bus", {}, text.size());
+        reply(kFailed, "A text is too long for D-Bus");
+    }
     if (isCarriable(text))
         return text;
     orvanDoLog(Severity::Error, "A text cannot travel on D-Bus, it is not UTF-8 or holds a NUL: '%s'", {},
                std::string_view{text}.substr(0, kMaxErrorText));
-    reply(kFailed, "The answer holds bytes that D-Bus cannot carry (not UTF-8, or a NUL)");
+    reply(kFailed, "A text holds bytes that D-Bus cannot carry (not UTF-8, or a NUL)");
+}
+
+std::string carriable(std::string text)
+{
+    requireCarriable(text);
+    return text;
 }
 
 std::vector<std::string> carriable(std::vector<std::string> list)
 {
-    const auto travels = [](const std::string& text) { return isCarriable(text); };
+    std::size_t total = 0;
+    const auto travels = [&total](const std::string& text)
+    {
+        const auto size = text.size() + kListOverhead;
+        if (!isCarriable(text) || size > kMaxStrings - total)
+            return false;
+        total += size;
+        return true;
+    };
     const auto rest = std::stable_partition(list.begin(), list.end(), travels);
     std::for_each(rest, list.end(),
-                  [](const std::string& text) {
+                  [](const std::string& text)
+                  {
                       orvanDoLog(Severity::Error,
-                                 "A list on D-Bus goes without '%s', which is not UTF-8 or holds a NUL", {}, text);
+                                 "A list on D-Bus goes without '%s', which is not UTF-8, holds a NUL or is too long",
+                                 {}, std::string_view{text}.substr(0, kMaxErrorText));
                   });
     list.erase(rest, list.end());
     return list;

@@ -28,36 +28,51 @@ Peer::Peer(std::string name)
 {
 }
 
-bool Peer::enquire(const std::string& path)
+void Peer::enquire(Place place)
 {
-    if (!known_.insert(path).second)
-        return false;
-    ++openQuestions_;
-    return true;
+    if (known_.insert(place.path).second)
+        unasked_.push_back(std::move(place));
 }
 
-void Peer::questionSent(Clock::time_point now)
+bool Peer::mayBeAsked(Clock::time_point now) const noexcept
 {
-    if (begin_ != Clock::time_point::max())
-        return;
-    begin_ = now;
+    return now >= nextTurn();
+}
+
+Peer::Clock::time_point Peer::nextTurn() const noexcept
+{
+    const bool isIdle = passedOver_ || unasked_.empty() || inFlight_ >= kMaxOpenPerPeer;
+    return isIdle ? Clock::time_point::max() : notBefore_;
+}
+
+Place Peer::ask(Clock::time_point now)
+{
+    if (begin_ == Clock::time_point::max())
+        begin_ = now;
+    if (!isWaiting())
+        progress_ = now;
+    ++inFlight_;
+    auto place = std::move(unasked_.front());
+    unasked_.pop_front();
+    return place;
+}
+
+void Peer::answered(Clock::time_point now)
+{
+    --inFlight_;
     progress_ = now;
+    isRefused_ = false;
 }
 
-void Peer::questionAnswered(Clock::time_point now)
+void Peer::refused(Place place, Clock::time_point now)
 {
-    --openQuestions_;
-    progress_ = now;
+    --inFlight_;
+    isRefused_ = true;
+    notBefore_ = now + kRefusalPause;
+    unasked_.push_front(std::move(place));
 }
 
-std::vector<Place> Peer::describe(const Place& place, const NodeDescription& description)
-{
-    std::vector<Place> named;
-    describe(place, description, named);
-    return named;
-}
-
-void Peer::describe(const Place& place, const NodeDescription& description, std::vector<Place>& named)
+void Peer::describe(const Place& place, const NodeDescription& description)
 {
     if (description.implements)
         objects_.insert(place.path);
@@ -67,23 +82,23 @@ void Peer::describe(const Place& place, const NodeDescription& description, std:
     {
         if (passedOver_)
             return;
-        if (known_.size() + named.size() >= kMaxObjectsPerPeer)
+        if (known_.size() >= kMaxObjectsPerPeer)
             return passOver("it has too many objects");
         Place below{place.path + "/" + child.name, place.depth + 1};
         if (child.description.empty())
         {
-            named.push_back(std::move(below));
+            enquire(std::move(below));
             continue;
         }
         known_.insert(below.path);
-        describe(below, child.description.front(), named);
+        describe(below, child.description.front());
     }
 }
 
 Peer::Clock::time_point Peer::deadline() const noexcept
 {
-    if (begin_ == Clock::time_point::max())
-        return begin_;
+    if (!isOpen() || !isWaiting())
+        return Clock::time_point::max();
     return std::min(progress_ + patience_, begin_ + kPatiencesInAll * patience_);
 }
 
@@ -94,6 +109,11 @@ void Peer::passOver(const char* reason)
     Log::orvanDoLog(Log::Severity::Warning, "Passing over %s: %s", {}, name_, reason);
     passedOver_ = true;
     objects_.clear();
+}
+
+void Peer::passOverForSilence()
+{
+    passOver(isRefused_ ? "the bus does not pass questions on to it" : "it does not answer");
 }
 
 } // namespace Tolvek::Orvan::Utils::BusConnection::Dbus

@@ -4,9 +4,9 @@
 
 #include <chrono>
 #include <cstddef>
+#include <deque>
 #include <set>
 #include <string>
-#include <vector>
 
 namespace Tolvek::Orvan::Utils::BusConnection::Dbus
 {
@@ -18,7 +18,11 @@ struct Place
     std::size_t depth = 0; ///< levels below the root of the walk
 };
 
-/// One bus name that is being asked: what it has said so far, how long it may still take, and whether it still counts.
+/// One bus name that is being asked: what it is still to be asked, what it has said so far, how long it may still take,
+/// and whether it still counts.
+///
+/// Its patience runs only while a question is on its way to it: the time that its questions spend behind those to
+/// others is not its own.
 class Peer
 {
 public:
@@ -30,35 +34,48 @@ public:
     /// Paths that implement the interface, in ascending order; none for a peer that was passed over.
     [[nodiscard]] const std::set<std::string>& objects() const noexcept { return objects_; }
     [[nodiscard]] bool isPassedOver() const noexcept { return passedOver_; }
-    [[nodiscard]] bool isOpen() const noexcept { return !passedOver_ && openQuestions_ > 0; }
+    [[nodiscard]] bool isOpen() const noexcept { return !passedOver_ && (inFlight_ > 0 || !unasked_.empty()); }
 
-    /// Notes that a place is going to be asked about. \return false if it is known already
-    bool enquire(const std::string& path);
-    /// Notes that one of its questions is on its way now.
-    void questionSent(Clock::time_point now);
-    /// Notes that a question has been answered, one way or the other.
-    void questionAnswered(Clock::time_point now);
+    /// Notes a place that is to be asked about, unless it is known already.
+    void enquire(Place place);
 
+    /// Whether a question may be sent to it now: there is one, and not too many others are unanswered.
+    [[nodiscard]] bool mayBeAsked(Clock::time_point now) const noexcept;
+    /// When it may be asked again after the bus refused to; the end of time if there is nothing to ask or too much
+    /// open.
+    [[nodiscard]] Clock::time_point nextTurn() const noexcept;
+    /// The place to ask about now.
+    Place ask(Clock::time_point now);
+
+    /// A question has been answered, one way or the other.
+    void answered(Clock::time_point now);
+    /// The bus refused to pass a question on: it is to be asked again a little later, for as long as the patience
+    /// lasts.
+    void refused(Place place, Clock::time_point now);
     /// Takes what the peer says of an object and all that it says of objects below.
-    /// \return the places below that it only named; the caller is to enquire about them
-    std::vector<Place> describe(const Place& place, const NodeDescription& description);
+    void describe(const Place& place, const NodeDescription& description);
 
-    /// When the peer is to be passed over if it has not answered by then; the end of time while nothing has been sent.
+    /// When the peer is to be passed over if nothing has come by then; the end of time while nothing is expected.
     [[nodiscard]] Clock::time_point deadline() const noexcept;
 
     /// Drops the peer and what it has said, with a line that says why.
     void passOver(const char* reason);
+    /// The same, for a peer whose deadline has come.
+    void passOverForSilence();
 
 private:
-    void describe(const Place& place, const NodeDescription& description, std::vector<Place>& named);
+    [[nodiscard]] bool isWaiting() const noexcept { return inFlight_ > 0 || isRefused_; }
 
     std::string name_;
     std::chrono::milliseconds patience_;
+    std::deque<Place> unasked_;
     std::set<std::string> known_; ///< paths that have been enquired about or described
     std::set<std::string> objects_;
-    std::size_t openQuestions_ = 0;
-    Clock::time_point begin_ = Clock::time_point::max();
-    Clock::time_point progress_ = Clock::time_point::max();
+    std::size_t inFlight_ = 0;
+    Clock::time_point begin_ = Clock::time_point::max(); ///< of the first question
+    Clock::time_point progress_;                         ///< of the last answer, or of the question that broke a rest
+    Clock::time_point notBefore_;
+    bool isRefused_ = false;
     bool passedOver_ = false;
 };
 

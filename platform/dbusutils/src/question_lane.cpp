@@ -56,7 +56,7 @@ void QuestionLane::settle(Open& open, sdbus::MethodReply& reply, const sdbus::Er
     open.isAnswered = true;
     try
     {
-        onAnswer_(open.question, Answer{error == nullptr ? textOf(reply) : nullptr, error});
+        onAnswer_(open.question, error != nullptr ? answerOf(*error) : Answer{textOf(reply)});
     }
     catch (...)
     {
@@ -94,9 +94,13 @@ QuestionLane::Clock::time_point QuestionLane::oldestSince(Clock::time_point sinc
     return oldest == open_.end() ? none : oldest->sent;
 }
 
-void QuestionLane::noteRefusal() noexcept
+/// A refusal may mean that the bus accepts fewer open questions on a connection than expected.
+Answer QuestionLane::answerOf(const sdbus::Error& error) noexcept
 {
-    capacity_ = std::max<std::size_t>(open_.size(), 2) - 1;
+    const bool isRefusal = error.getName() == "org.freedesktop.DBus.Error.LimitsExceeded";
+    if (isRefusal)
+        capacity_ = std::max(open_.size() - 1, kSmallestLane);
+    return {nullptr, &error, isRefusal};
 }
 
 } // namespace Tolvek::Orvan::Utils::BusConnection::Dbus

@@ -20,7 +20,6 @@ struct Question
 {
     std::size_t peer = 0; ///< which of the peers, as the asker numbers them
     Place place;
-    std::size_t refusals = 0; ///< how often the bus has refused to pass it on
 };
 
 /// What came of a question: the text of the answer, or the error that came in its place.
@@ -28,6 +27,7 @@ struct Answer
 {
     const char* xml = nullptr;
     const sdbus::Error* error = nullptr;
+    bool isRefusal = false; ///< the bus did not pass the question on, for now
 };
 
 /// A connection on which many questions are open at the same time.
@@ -53,8 +53,6 @@ public:
     [[nodiscard]] Clock::time_point oldestSince(Clock::time_point since, Clock::time_point none) const;
 
     [[nodiscard]] bool hasRoom() const noexcept { return open_.size() < capacity_; }
-    /// Notes that the bus refused a question: it accepts fewer than expected.
-    void noteRefusal() noexcept;
 
     [[nodiscard]] sdbus::IConnection::PollData pollData() const { return connection_->getEventLoopPollData(); }
 
@@ -69,6 +67,7 @@ private:
 
     void settle(Open& open, sdbus::MethodReply& reply, const sdbus::Error* error) noexcept;
     void forgetAnswered();
+    Answer answerOf(const sdbus::Error& error) noexcept;
 
     std::shared_ptr<sdbus::IConnection> connection_;
     AnswerHandler onAnswer_;

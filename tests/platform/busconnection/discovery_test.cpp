@@ -149,10 +149,28 @@ TEST_F(Discovery, aPeerOfThisPlatformMayTakeTwoSeconds)
     EXPECT_EQ(found().count("com.tolvek.orvan.deviceid.slow"), 1U);
 }
 
+TEST_F(Discovery, peersThatNameManyObjectsHoldNobodyUp)
+{
+    const Exporter elsewhere{{"org.example.Elsewhere"}, {"/com/tolvek/orvan/another"}};
+    std::vector<std::unique_ptr<Tests::Process>> crowds;
+    constexpr int kCrowds = 3;
+    constexpr int kObjects = 1000;
+    for (int i = 0; i < kCrowds; ++i)
+        crowds.push_back(faultyPeer("org.example.Crowd" + std::to_string(i), "names-then-silent", kObjects));
+
+    constexpr int kRounds = 3; // the bus lists its names in another order every time
+    for (int i = 0; i < kRounds; ++i)
+    {
+        EXPECT_THAT(found(), ElementsAre(Pair("com.tolvek.orvan.deviceid.healthy", ElementsAre(kObjectPath)),
+                                         Pair("org.example.Elsewhere", ElementsAre("/com/tolvek/orvan/another"))));
+        log().clear();
+    }
+}
+
 TEST_F(Discovery, moreSilentPeersThanTheWindowHideNobody)
 {
-    // More than a system bus lets one connection ask, so that the questions must move to another one.
-    constexpr int kSilent = 110;
+    // A system bus refuses the 129th open question of a connection: the questions must move to another one.
+    constexpr int kSilent = 150;
     std::vector<std::string> names;
     for (int i = 0; i < kSilent; ++i)
         names.push_back("org.example.Silent" + std::to_string(i));

@@ -26,8 +26,10 @@ class Dispatcher;
 /// its own takes calls from the moment when the first service is complete. Without one it is a client's: it starts no
 /// thread, and everything happens inside the caller's calls.
 ///
-/// Owned by shared pointers, because services and clients keep their factory alive. Thread-safe, but a client's
-/// connection serves one call at a time.
+/// Owned by shared pointers, because services and clients keep their factory alive. Its calls must not overlap;
+/// services may be released on any thread. What a factory that serves asks of the bus goes through another connection,
+/// because a call on its own could swallow the wake-up of calls that arrive meanwhile: do not call through connection()
+/// either.
 class DBUSUTILS_EXPORT Factory : public FactoryIfc,
                                  public FactoryBase<Factory>,
                                  public std::enable_shared_from_this<Factory>
@@ -94,6 +96,7 @@ public:
     };
 
 private:
+    [[nodiscard]] bool isServing() const noexcept { return dispatcher_ != nullptr; }
     template <typename Interface>
     std::shared_ptr<Interface> createClient(const std::string& objectPath, const std::string& serviceName);
     static const ClientRegistration& requiredRegistration(std::type_index interfaceType);
@@ -112,6 +115,8 @@ DBUSUTILS_EXPORT std::shared_ptr<Factory> asDbusFactory(const std::shared_ptr<Fa
 template <typename Interface>
 std::vector<std::shared_ptr<Interface>> Factory::createAllClients()
 {
+    if (isServing())
+        return std::make_shared<Factory>(type_)->createAllClients<Interface>();
     Log::orvanDoLog(Log::Severity::Trace, "createAllClients()", {});
     const auto& registration = requiredRegistration(typeid(Interface));
     std::vector<std::shared_ptr<Interface>> clients;

@@ -74,9 +74,13 @@ private:
     sdbus::IObject& object_;
 };
 
-/// Results of a handler made fit to travel. D-Bus strings are UTF-8 without NUL: the D-Bus library refuses other bytes
-/// only when the reply is half written, and cuts a text at its first NUL without a word.
-///
+/// Makes sure that a text can travel. D-Bus strings are UTF-8 without NUL: the D-Bus library refuses other bytes only
+/// when the message is half written, and cuts a text at its first NUL without a word; the bus disconnects the sender of
+/// a message that is too long.
+/// \throws sdbus::Error for a text that cannot travel, after a line at severity 1
+DBUSUTILS_EXPORT const std::string& requireCarriable(const std::string& text);
+
+/// Results of a handler made fit to travel.
 /// \throws sdbus::Error for a text that cannot travel, after a line at severity 1
 /// \{
 DBUSUTILS_EXPORT std::string carriable(std::string text);
