@@ -10,10 +10,12 @@ set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 
 add_compile_options(
-    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast -Wnon-virtual-dtor
-    -Woverloaded-virtual -Wcast-align -Wunused -Wnull-dereference -Wdouble-promotion -Wformat=2 -Wimplicit-fallthrough)
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wcast-align -Wunused -Wnull-dereference
+    -Wdouble-promotion -Wformat=2 -Wimplicit-fallthrough
+    $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast> $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
+    $<$<COMPILE_LANGUAGE:CXX>:-Woverloaded-virtual>)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-    add_compile_options(-Wduplicated-cond -Wlogical-op -Wuseless-cast)
+    add_compile_options(-Wduplicated-cond -Wlogical-op $<$<COMPILE_LANGUAGE:CXX>:-Wuseless-cast>)
 endif()
 if(DEVICEID_WARNINGS_AS_ERRORS)
     add_compile_options(-Werror)

@@ -1,0 +1,162 @@
+#include "measure.h"
+#include "raw_client.h"
+#include "scenarios.h"
+#include "world.h"
+
+#include <deviceid/client.h>
+
+#include <sdbus-c++/sdbus-c++.h>
+
+#include <fmt/format.h>
+
+#include <memory>
+#include <stdexcept>
+
+namespace Bench
+{
+
+namespace
+{
+
+using Tolvek::Orvan::DeviceId::Client;
+constexpr auto kSession = Tolvek::Orvan::Utils::BusConnection::Dbus::BusType::Session;
+
+std::string compositeId(const std::string& serviceName)
+{
+    return World::busName(serviceName) + "#d";
+}
+
+Task libraryRead(const std::string& serviceName)
+{
+    return [client = std::shared_ptr{Client::make_client(kSession)}, id = compositeId(serviceName)]
+    { client->deviceId(id); };
+}
+
+Task baseline(int (*read)(const char*, const char*), const std::string& serviceName, std::size_t objects)
+{
+    return [read, name = World::busName(serviceName), objects]
+    {
+        if (read(name.c_str(), "d") != static_cast<int>(objects))
+            throw std::runtime_error{"A baseline did not find every provider"};
+    };
+}
+
+struct Bus
+{
+    std::size_t names;
+    std::size_t providers;
+    double rawTarget;
+    double naiveTarget;
+};
+
+Findings measureBus(const Bus& bus, const Effort& effort)
+{
+    const World world{bus.names, bus.providers};
+    const auto times = medianTimes(effort.rounds, {libraryRead("p0"), baseline(raw_read, "p0", bus.providers),
+                                                   baseline(naive_read, "p0", bus.providers)});
+    const nlohmann::json details{{"names", bus.names}, {"providers", bus.providers}, {"library_us", times[0]},
+                                 {"raw_us", times[1]}, {"naive_us", times[2]},       {"rounds", effort.rounds}};
+    const auto name = fmt::format("{} names, {} providers", bus.names, bus.providers);
+    return {{name + ": library / raw", times[0] / times[1], bus.rawTarget, true, details},
+            {name + ": naive / library", times[2] / times[0], bus.naiveTarget, false, details}};
+}
+
+} // namespace
+
+Findings measureDiscovery(const Effort& effort)
+{
+    Findings findings;
+    for (const auto& bus : {Bus{10, 2, 1.15, 5}, Bus{50, 10, 1.15, 7}, Bus{100, 20, 1.15, 7}, Bus{100, 100, 1.25, 5}})
+    {
+        for (auto& finding : measureBus(bus, effort))
+            findings.push_back(std::move(finding));
+    }
+    return findings;
+}
+
+Findings measureFatPeer(const Effort& effort)
+{
+    constexpr std::size_t kObjects = 400;
+    constexpr std::size_t kMethods = 60;
+    World world{50, 10};
+    const auto read = libraryRead("p0");
+    // The two buses cannot take turns: measure around the presence of the peer, and let the middle one decide.
+    const auto before = medianTimes(effort.rounds, {read}).front();
+    world.addForeign(1, kObjects, kMethods);
+    const auto with = medianTimes(effort.rounds, {read}).front();
+    world.removeLast();
+    const auto after = medianTimes(effort.rounds, {read}).front();
+    const auto without = (before + after) / 2;
+    return {{"with a peer of 400 fat objects / without",
+             with / without,
+             1.2,
+             true,
+             {{"with_us", with}, {"without_us", without}}}};
+}
+
+Findings measureIdleClients(const Effort& effort)
+{
+    const World world{50, 10};
+    const auto read = libraryRead("p0");
+    Findings findings;
+    for (const std::size_t count : {1UL, 20UL})
+    {
+        const auto before = medianTimes(effort.rounds, {read}).front();
+        std::vector<std::unique_ptr<sdbus::IConnection>> idle;
+        for (std::size_t i = 0; i < count; ++i)
+            idle.push_back(sdbus::createSessionBusConnection());
+        const auto with = medianTimes(effort.rounds, {read}).front();
+        idle.clear();
+        const auto after = medianTimes(effort.rounds, {read}).front();
+        const auto without = (before + after) / 2;
+        findings.push_back({fmt::format("with {} idle clients / without", count),
+                            with / without,
+                            1.05,
+                            true,
+                            {{"with_us", with}, {"without_us", without}}});
+    }
+    return findings;
+}
+
+namespace
+{
+
+Finding measureStopped(std::size_t count, bool areProviders)
+{
+    constexpr double kPlatformTimeoutUs = 2'000'000;
+    constexpr double kForeignTimeoutUs = 250'000;
+    constexpr std::size_t kRounds = 3;
+
+    World world{10, 2};
+    std::vector<std::unique_ptr<Tests::Process>> stopped;
+    for (std::size_t i = 0; i < count; ++i)
+    {
+        const auto name = (areProviders ? kNamePrefix + "stopped" : "org.example.Stopped") + std::to_string(i);
+        stopped.push_back(
+            std::make_unique<Tests::Process>(std::vector<std::string>{RAW_PEER, "provider", name, "100"}));
+        stopped.back()->waitUntilReady();
+        stopped.back()->stop();
+    }
+    const auto timeout = areProviders ? kPlatformTimeoutUs : kForeignTimeoutUs;
+    const auto time = medianTimes(kRounds, {libraryRead("p0")}).front();
+    return {fmt::format("{} stopped {}: time / one time-out", count, areProviders ? "providers" : "foreign peers"),
+            time / timeout,
+            1.05,
+            true,
+            {{"library_us", time}, {"timeout_us", timeout}, {"rounds", kRounds}}};
+}
+
+} // namespace
+
+Findings measureStoppedPeers(const Effort& /*effort*/)
+{
+    Findings findings;
+    for (const bool areProviders : {false, true})
+    {
+        for (const std::size_t count : {1UL, 3UL, 30UL})
+            findings.push_back(measureStopped(count, areProviders));
+    }
+    return findings;
+}
+
+} // namespace Bench

@@ -1,0 +1,81 @@
+#include "measure.h"
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <string>
+
+#include <unistd.h>
+
+namespace Bench
+{
+
+Microseconds timeOf(const Task& task)
+{
+    const auto begin = std::chrono::steady_clock::now();
+    task();
+    return std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - begin).count();
+}
+
+double percentile(std::vector<double> samples, double percent)
+{
+    if (samples.empty())
+        throw std::invalid_argument{"No samples"};
+    const auto index = static_cast<std::size_t>(percent / 100 * static_cast<double>(samples.size() - 1) + 0.5);
+    const auto nth = samples.begin() + static_cast<std::ptrdiff_t>(index);
+    std::nth_element(samples.begin(), nth, samples.end());
+    return *nth;
+}
+
+double median(std::vector<double> samples)
+{
+    return percentile(std::move(samples), 50);
+}
+
+std::vector<Microseconds> medianTimes(std::size_t rounds, const std::vector<Task>& tasks)
+{
+    std::vector<std::vector<double>> samples(tasks.size());
+    for (const auto& task : tasks)
+        task(); // the first run pays for caches and lazy binding
+    for (std::size_t round = 0; round < rounds; ++round)
+    {
+        for (std::size_t i = 0; i < tasks.size(); ++i)
+        {
+            const auto turn = (i + round) % tasks.size();
+            samples[turn].push_back(timeOf(tasks[turn]));
+        }
+    }
+    std::vector<Microseconds> medians;
+    std::transform(samples.begin(), samples.end(), std::back_inserter(medians), median);
+    return medians;
+}
+
+Microseconds cpuTimeOf(pid_t process)
+{
+    double nanoseconds = 0;
+    for (const auto& task : std::filesystem::directory_iterator{"/proc/" + std::to_string(process) + "/task"})
+    {
+        double running = 0;
+        std::ifstream{task.path() / "schedstat"} >> running;
+        nanoseconds += running;
+    }
+    return nanoseconds / 1000;
+}
+
+std::size_t openFilesOfThisProcess()
+{
+    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator{"/proc/self/fd"}, {}));
+}
+
+std::size_t residentKiBOfThisProcess()
+{
+    std::size_t total = 0;
+    std::size_t resident = 0;
+    std::ifstream{"/proc/self/statm"} >> total >> resident;
+    return resident * static_cast<std::size_t>(sysconf(_SC_PAGESIZE)) / 1024;
+}
+
+} // namespace Bench

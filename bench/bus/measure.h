@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <vector>
+
+#include <sys/types.h>
+
+namespace Bench
+{
+
+using Microseconds = double;
+using Task = std::function<void()>;
+
+/// One run of a task.
+Microseconds timeOf(const Task& task);
+
+double median(std::vector<double> samples);
+double percentile(std::vector<double> samples, double percent);
+
+/// Medians of tasks that take turns, so that whatever else the machine does meets all of them alike.
+std::vector<Microseconds> medianTimes(std::size_t rounds, const std::vector<Task>& tasks);
+
+/// CPU time that a process has used so far, all threads together.
+Microseconds cpuTimeOf(pid_t process);
+
+std::size_t openFilesOfThisProcess();
+std::size_t residentKiBOfThisProcess();
+
+} // namespace Bench
