@@ -21,7 +21,7 @@ namespace Tolvek::Orvan::DeviceId
 ///
 /// The methods run on the thread of the provider's connection, one at a time. Whatever they throw reaches the caller as
 /// an error reply.
-class DEVICEID_EXPORT ContributionSdbusService final
+class DEVICEID_EXPORT ContributionSdbusService final // NOLINT(cppcoreguidelines-virtual-class-destructor): final
     : public Utils::BusConnection::Dbus::Service<ContributionSdbusIfc, com::tolvek::orvan::deviceid::interface_adaptor,
                                                  &Utils::BusConnection::CommonPath>,
       virtual Log::Logger

@@ -19,8 +19,8 @@ namespace com::tolvek::orvan::deviceid
 class interface_adaptor // NOLINT(readability-identifier-naming): the generator's name
 {
 public:
-    static constexpr const char* INTERFACE_NAME =
-        "com.tolvek.orvan.deviceid.interface"; // NOLINT(readability-identifier-naming)
+    // NOLINTNEXTLINE(readability-identifier-naming): the generator's name
+    static constexpr const char* INTERFACE_NAME = "com.tolvek.orvan.deviceid.interface";
 
     interface_adaptor(const interface_adaptor&) = delete;
     interface_adaptor(interface_adaptor&&) = delete;

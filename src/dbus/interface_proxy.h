@@ -16,8 +16,8 @@ namespace com::tolvek::orvan::deviceid
 class interface_proxy // NOLINT(readability-identifier-naming): the generator's name
 {
 public:
-    static constexpr const char* INTERFACE_NAME =
-        "com.tolvek.orvan.deviceid.interface"; // NOLINT(readability-identifier-naming)
+    // NOLINTNEXTLINE(readability-identifier-naming): the generator's name
+    static constexpr const char* INTERFACE_NAME = "com.tolvek.orvan.deviceid.interface";
 
     interface_proxy(const interface_proxy&) = delete;
     interface_proxy(interface_proxy&&) = delete;

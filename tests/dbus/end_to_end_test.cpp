@@ -17,7 +17,6 @@ namespace
 
 using namespace Tolvek::Orvan::DeviceId;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 using Tests::BusTest;
 using Tests::kBusType;

@@ -17,7 +17,6 @@ using namespace Tolvek::Orvan::DeviceId;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::Not;
 using Tests::BusTest;
 using Tests::kBusType;
 using Tests::kInterface;
@@ -157,7 +156,7 @@ TEST_F(Provider, whatCannotTravelIsSaidInTheLogAndCostsNobodyElse)
 TEST_F(Provider, aDocumentOfAMegabyteTravelsBothWays)
 {
     const std::string large(1024UL * 1024, 'x');
-    const auto token = add("large", [&large] { return large; });
+    const auto token = add("large", [&large]() -> std::string { return large; });
     EXPECT_EQ(std::get<1>(read("large")), large);
     EXPECT_EQ(write("large", large), 0);
     EXPECT_EQ(written_, large);

@@ -51,6 +51,7 @@ Process::Process(const std::vector<std::string>& command)
     SpawnActions actions;
     posix_spawn_file_actions_adddup2(actions.get(), ends[1], STDOUT_FILENO);
     std::vector<char*> arguments;
+    arguments.reserve(command.size() + 1);
     for (const auto& word : command)
         arguments.push_back(const_cast<char*>(word.c_str())); // NOLINT(cppcoreguidelines-pro-type-const-cast)
     arguments.push_back(nullptr);

@@ -1,5 +1,6 @@
 #include "bus.h"
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <string_view>
@@ -32,12 +33,7 @@ bool mayPass(const sdbus::Error& error)
                                                          "System.Error.ECONNRESET",
                                                          "System.Error.ENOTCONN",
                                                          "System.Error.EPIPE"};
-    for (const auto name : kTransient)
-    {
-        if (error.getName() == name)
-            return true;
-    }
-    return false;
+    return std::find(kTransient.begin(), kTransient.end(), error.getName()) != kTransient.end();
 }
 
 } // namespace

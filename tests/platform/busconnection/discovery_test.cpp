@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <array>
 #include <memory>
 #include <string>
 #include <vector>
@@ -13,7 +14,6 @@ namespace
 {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 using testing::Pair;
 using Tests::BusTest;
 using Tests::kBusType;
@@ -152,11 +152,10 @@ TEST_F(Discovery, aPeerOfThisPlatformMayTakeTwoSeconds)
 TEST_F(Discovery, peersThatNameManyObjectsHoldNobodyUp)
 {
     const Exporter elsewhere{{"org.example.Elsewhere"}, {"/com/tolvek/orvan/another"}};
-    std::vector<std::unique_ptr<Tests::Process>> crowds;
-    constexpr int kCrowds = 3;
     constexpr int kObjects = 1000;
-    for (int i = 0; i < kCrowds; ++i)
-        crowds.push_back(faultyPeer("org.example.Crowd" + std::to_string(i), "names-then-silent", kObjects));
+    const std::array crowds{faultyPeer("org.example.Crowd1", "names-then-silent", kObjects),
+                            faultyPeer("org.example.Crowd2", "names-then-silent", kObjects),
+                            faultyPeer("org.example.Crowd3", "names-then-silent", kObjects)};
 
     constexpr int kRounds = 3; // the bus lists its names in another order every time
     for (int i = 0; i < kRounds; ++i)
@@ -171,12 +170,9 @@ TEST_F(Discovery, moreSilentPeersThanTheWindowHideNobody)
 {
     // A system bus refuses the 129th open question of a connection: the questions must move to another one.
     constexpr int kSilent = 150;
-    std::vector<std::string> names;
-    for (int i = 0; i < kSilent; ++i)
-        names.push_back("org.example.Silent" + std::to_string(i));
     const auto mute = sdbus::createSessionBusConnection();
-    for (const auto& name : names)
-        mute->requestName(name);
+    for (int i = 0; i < kSilent; ++i)
+        mute->requestName("org.example.Silent" + std::to_string(i));
 
     const auto factory = std::make_shared<Factory>(kBusType);
     EXPECT_THAT(factory->objectsImplementing(kInterface),

@@ -24,6 +24,8 @@ public:
     Client& operator=(const Client&) = delete;
     Client& operator=(Client&&) = delete;
 
+    ~Client() override { this->unregisterProxy(); }
+
     /// The D-Bus interface that the client speaks.
     [[nodiscard]] static std::string interfaceName() { return Proxy::INTERFACE_NAME; }
 
@@ -38,13 +40,8 @@ protected:
         this->registerProxy();
     }
 
-    ~Client() override { this->unregisterProxy(); }
-
     /// The calls. They change nothing here, whatever the generated code declares.
-    [[nodiscard]] Proxy& proxy() const
-    {
-        return const_cast<Client&>(*this);
-    } // NOLINT(cppcoreguidelines-pro-type-const-cast)
+    [[nodiscard]] Proxy& proxy() const { return const_cast<Client&>(*this); }
 
 private:
     std::shared_ptr<FactoryIfc> factory_;
