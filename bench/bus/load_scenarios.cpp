@@ -9,6 +9,7 @@
 
 #include <fmt/format.h>
 
+#include <array>
 #include <atomic>
 #include <cstdint>
 #include <memory>
@@ -27,7 +28,7 @@ namespace
 using Tolvek::Orvan::DeviceId::Client;
 constexpr auto kSession = Tolvek::Orvan::Utils::BusConnection::Dbus::BusType::Session;
 
-constexpr std::size_t kClientCounts[] = {1, 4, 16};
+constexpr std::array<std::size_t, 3> kClientCounts{1, 4, 16};
 
 /// What several threads get done together: each repeats `makeTask()`'s task until all calls are spent.
 struct Load

@@ -61,7 +61,6 @@ void print(const Finding& finding)
 {
     fmt::print("{:<58} {:>8.2f}   {} {:<5} {}\n", finding.what, finding.value,
                finding.atMost ? "<=" : ">=", finding.target, finding.isMet() ? "" : "MISSED");
-    std::fflush(stdout);
 }
 
 void run(const Options& options)

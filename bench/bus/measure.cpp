@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -24,7 +25,7 @@ double percentile(std::vector<double> samples, double percent)
 {
     if (samples.empty())
         throw std::invalid_argument{"No samples"};
-    const auto index = static_cast<std::size_t>(percent / 100 * static_cast<double>(samples.size() - 1) + 0.5);
+    const auto index = static_cast<std::size_t>(std::lround(percent / 100 * static_cast<double>(samples.size() - 1)));
     const auto nth = samples.begin() + static_cast<std::ptrdiff_t>(index);
     std::nth_element(samples.begin(), nth, samples.end());
     return *nth;

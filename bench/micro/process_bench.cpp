@@ -22,14 +22,14 @@ const std::string kVel = "VEL/T;U=Probe A;P=100200;S=0042;L=Plant 7;D=2021-03-05
 
 void parseVel(benchmark::State& state)
 {
-    for (auto _ : state)
+    while (state.KeepRunning())
         benchmark::DoNotOptimize(Tolvek::Orvan::Vel::Vel::parse(kVel));
 }
 BENCHMARK(parseVel);
 
 void writeDocument(benchmark::State& state)
 {
-    for (auto _ : state)
+    while (state.KeepRunning())
         benchmark::DoNotOptimize(velToDeviceIdXml(kVel));
 }
 BENCHMARK(writeDocument);
@@ -37,7 +37,7 @@ BENCHMARK(writeDocument);
 void readVelOfDocument(benchmark::State& state)
 {
     const auto xml = velToDeviceIdXml(kVel);
-    for (auto _ : state)
+    while (state.KeepRunning())
         benchmark::DoNotOptimize(extractVelFromDeviceIdXml(xml));
 }
 BENCHMARK(readVelOfDocument);
@@ -45,7 +45,7 @@ BENCHMARK(readVelOfDocument);
 void readInfoOfDocument(benchmark::State& state)
 {
     const auto xml = velToDeviceIdXml(kVel);
-    for (auto _ : state)
+    while (state.KeepRunning())
         benchmark::DoNotOptimize(Info::parse(xml));
 }
 BENCHMARK(readInfoOfDocument);
@@ -69,14 +69,14 @@ protected:
 
 BENCHMARK_DEFINE_F(Registry, read)(benchmark::State& state)
 {
-    for (auto _ : state)
+    while (state.KeepRunning())
         benchmark::DoNotOptimize(registry_->deviceId("device 0"));
 }
 BENCHMARK_REGISTER_F(Registry, read)->Arg(1)->Arg(1000);
 
 BENCHMARK_DEFINE_F(Registry, list)(benchmark::State& state)
 {
-    for (auto _ : state)
+    while (state.KeepRunning())
         benchmark::DoNotOptimize(registry_->deviceList());
 }
 BENCHMARK_REGISTER_F(Registry, list)->Arg(1)->Arg(1000);

@@ -16,6 +16,7 @@ ContributionSdbusIfc::ContributionSdbusIfc(std::string relativePath, std::shared
 
 ContributionSdbusIfc::~ContributionSdbusIfc() = default;
 
+// NOLINTBEGIN(performance-unnecessary-value-param): part of the library's interface
 ContributionSdbusService::ContributionSdbusService(std::shared_ptr<Utils::BusConnection::FactoryIfc> factory,
                                                    std::shared_ptr<ContributionSdbusIfc> object)
     : Logger("Tolvek::Orvan::Log::DeviceId::ContributionSdbusService", "", std::make_shared<Log::LoggerImpl>())
@@ -23,6 +24,7 @@ ContributionSdbusService::ContributionSdbusService(std::shared_ptr<Utils::BusCon
 {
     log(Severity::Information, "register service %s", {}, busName());
 }
+// NOLINTEND(performance-unnecessary-value-param)
 
 ContributionSdbusService::~ContributionSdbusService()
 {

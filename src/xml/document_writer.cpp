@@ -57,7 +57,7 @@ bool DocumentWriter::isWritable(const std::string& value)
 {
     const auto position = findUnwritable(value);
     if (position)
-        problem_ = ": byte " + std::to_string(*position) + " is not a character that XML can hold";
+        problem_ = "byte " + std::to_string(*position) + " of the value is not a character that XML can hold";
     return !position;
 }
 

@@ -125,15 +125,20 @@ void run(const Step& step, DocumentWriter& document, const Source& source)
     if (step.write(document, source) >= 0)
         return;
     Log::orvanDoLog(Log::Severity::Error, step.logLine, {});
-    throw std::runtime_error(step.failure + document.problem());
+    if (!document.problem().empty())
+        Log::orvanDoLog(Log::Severity::Error, "deviceIDXMLFromVEL: %s", {}, document.problem());
+    throw std::runtime_error(step.failure);
 }
 
 /// What this library writes, it must be able to read.
 void requireReadableSize(std::size_t size)
 {
-    if (size > Limits::documentSize)
-        throw std::runtime_error("VEL too large for a device ID document: " + std::to_string(size) +
-                                 " bytes, at most " + std::to_string(Limits::documentSize) + " can be read");
+    if (size <= Limits::documentSize)
+        return;
+    Log::orvanDoLog(Log::Severity::Error,
+                    "deviceIDXMLFromVEL: the document has %lu bytes, at most %lu can be read back", {}, size,
+                    Limits::documentSize);
+    throw std::runtime_error("Could not write qnet:vel value");
 }
 
 XPathResult findVel(xmlXPathContextPtr context)

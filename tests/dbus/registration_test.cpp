@@ -25,8 +25,8 @@ using Tests::BusTest;
 using Tests::kBusType;
 using Tests::kInterface;
 using Tolvek::Orvan::Utils::BusConnection::BusObject;
-using Tolvek::Orvan::Utils::BusConnection::FactoryIfc;
 using Tolvek::Orvan::Utils::BusConnection::FactoryBase;
+using Tolvek::Orvan::Utils::BusConnection::FactoryIfc;
 using Tolvek::Orvan::Utils::BusConnection::Dbus::Factory;
 
 class Registration : public BusTest

@@ -1,3 +1,5 @@
+#include "support/log_capture.h"
+
 #include <deviceid/info.h>
 #include <deviceid/vel_conversion.h>
 
@@ -189,15 +191,19 @@ TEST(HostileDocument, complaintsEndAfterAFewAndCarryNothingOfTheDocumentToATermi
 
 TEST(VelToXml, aVelThatCouldNotBeReadBackIsRefused)
 {
-    const auto failureOf = [](const std::string& vel) { return outcomeOf([&] { return velToDeviceIdXml(vel); }); };
+    const Tests::LogCapture log;
+    const auto outcome = [](const std::string& vel) { return outcomeOf([&] { return velToDeviceIdXml(vel); }); };
+    const auto refusal = [](std::size_t size) {
+        return "deviceIDXMLFromVEL: the document has " + std::to_string(size) +
+               " bytes, at most 65536 can be read back";
+    };
     const std::string frame = velToDeviceIdXml("VEL/T;X=");
     const std::string largest = "VEL/T;X=" + std::string(65'536 - frame.size(), 'x');
-    EXPECT_EQ(velIn(failureOf(largest)), largest);
-    EXPECT_EQ(failureOf(largest + "x"),
-              "VEL too large for a device ID document: 65537 bytes, at most 65536 can be read");
+    EXPECT_EQ(velIn(outcome(largest)), largest);
+    EXPECT_EQ(outcome(largest + "x"), "Could not write qnet:vel value");
+    EXPECT_TRUE(log.contains(1, refusal(65'537)));
     // Short itself, but each character takes five.
-    const std::string markup = std::string(20'000, '&');
-    EXPECT_EQ(failureOf("VEL/T;X=" + markup).rfind("VEL too large for a device ID document: ", 0), 0U);
-    EXPECT_EQ(failureOf("VEL/T;X=" + repeated(10'000'000, "0123456789")),
-              "VEL too large for a device ID document: 100000008 bytes, at most 65536 can be read");
+    EXPECT_EQ(outcome("VEL/T;X=" + std::string(20'000, '&')), "Could not write qnet:vel value");
+    EXPECT_EQ(outcome("VEL/T;X=" + repeated(10'000'000, "0123456789")), "Could not write qnet:vel value");
+    EXPECT_TRUE(log.contains(1, refusal(100'000'008)));
 }

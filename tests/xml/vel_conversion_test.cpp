@@ -137,28 +137,30 @@ TEST(VelToXml, aValueThatXmlCannotHoldIsRefusedAndNamed)
     {
         std::string vel;
         std::string failure;
+        std::string byte;
         std::string call;
     };
     const std::vector<Case> cases{
-        {"VEL/T;P=a\x01", "Could not write partNo attribute: byte 1",
+        {"VEL/T;P=a\x01", "Could not write partNo attribute", "byte 1",
          "xmlTextWriterWriteAttribute(xml, partNo, STR_TO_XMLCHAR(velObj.production()->productID()))"},
-        {"VEL/T;S=\x1F", "Could not write serialNo attribute: byte 0",
+        {"VEL/T;S=\x1F", "Could not write serialNo attribute", "byte 0",
          "xmlTextWriterWriteAttribute(xml, serialNo,STR_TO_XMLCHAR(velObj.production()->serialNumber()))"},
-        {"VEL/T;U=caf\xE9", "Could not write name attribute: byte 3",
+        {"VEL/T;U=caf\xE9", "Could not write name attribute", "byte 3",
          "xmlTextWriterWriteAttribute(xml, name, STR_TO_XMLCHAR(velObj.name()->unit()))"},
-        {"VEL/T;L=\xC3\xA4\xC0\x80", "Could not write location attribute: byte 2",
+        {"VEL/T;L=\xC3\xA4\xC0\x80", "Could not write location attribute", "byte 2",
          "xmlTextWriterWriteAttribute(xml, location, STR_TO_XMLCHAR(velObj.production()->location()))"},
-        {std::string("VEL/a\0b", 7), "Could not write qnet:velType value: byte 1",
+        {std::string("VEL/a\0b", 7), "Could not write qnet:velType value", "byte 1",
          "xmlTextWriterWriteString(xml, STR_TO_XMLCHAR(velObj.start()->velType()))"},
-        {"VEL/T;X=\x0B", "Could not write qnet:vel value: byte 8",
+        {"VEL/T;X=\x0B", "Could not write qnet:vel value", "byte 8",
          "xmlTextWriterWriteString(xml, STR_TO_XMLCHAR(velStr))"},
     };
     for (const Case& each : cases)
     {
         const LogCapture log;
-        EXPECT_EQ(failureOf<std::runtime_error>(velToDeviceIdXml, each.vel),
-                  each.failure + " is not a character that XML can hold");
-        const std::vector<Line> expected{{1, "", "deviceIDXMLFromVEL: " + each.call + " failed"}};
+        EXPECT_EQ(failureOf<std::runtime_error>(velToDeviceIdXml, each.vel), each.failure);
+        const std::vector<Line> expected{
+            {1, "", "deviceIDXMLFromVEL: " + each.call + " failed"},
+            {1, "", "deviceIDXMLFromVEL: " + each.byte + " of the value is not a character that XML can hold"}};
         EXPECT_EQ(log.lines(), expected);
     }
 }
@@ -186,7 +188,7 @@ TEST(VelToXml, noEncodingOfAForbiddenCharacterGetsThrough)
              "\xFF",
          })
         EXPECT_EQ(failureOf<std::runtime_error>(velToDeviceIdXml, "VEL/T;X=12" + bytes),
-                  "Could not write qnet:vel value: byte 10 is not a character that XML can hold");
+                  "Could not write qnet:vel value");
 }
 
 TEST(VelFromXml, theTextOfTheElementIsJoinedWithoutCommentsAndChildren)
