@@ -22,10 +22,8 @@ constexpr std::string_view kSessionLimits = R"(
   <limit name="max_incoming_bytes">1000000000</limit>
   <limit name="max_outgoing_bytes">1000000000</limit>)";
 
-std::string configuration(const std::filesystem::path& socket)
+std::string configuration(const std::filesystem::path& socket, bool withSystemLimits)
 {
-    const char* const kind = std::getenv("DEVICEID_TEST_BUS");
-    const bool isSystem = kind != nullptr && std::string_view{kind} == "system";
     std::string text = R"(<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
 <busconfig>
@@ -39,7 +37,7 @@ std::string configuration(const std::filesystem::path& socket)
     <allow send_destination="*" eavesdrop="true"/>
     <allow eavesdrop="true"/>
   </policy>)";
-    if (!isSystem)
+    if (!withSystemLimits)
         text += kSessionLimits;
     return text + "\n</busconfig>\n";
 }
@@ -62,17 +60,33 @@ TemporaryFolder::~TemporaryFolder()
 
 PrivateBus::PrivateBus()
 {
+    const char* const chosen = std::getenv("DEVICEID_TEST_BUS");
+    const std::string_view kind = chosen != nullptr ? chosen : "session";
+    if (kind == "broker")
+        startBroker();
+    else
+        startDaemon(kind == "system");
+    address_ = daemon_->readLine();
+    setenv("DBUS_SESSION_BUS_ADDRESS", address_.c_str(), 1);
+    setenv("DBUS_SYSTEM_BUS_ADDRESS", address_.c_str(), 1);
+}
+
+void PrivateBus::startDaemon(bool withSystemLimits)
+{
     const auto file = folder_.path() / "bus.conf";
-    std::ofstream{file} << configuration(folder_.path() / "bus");
+    std::ofstream{file} << configuration(folder_.path() / "bus", withSystemLimits);
     // What the daemon says about descriptor limits that it cannot raise is no concern of a test.
     const auto log = folder_.path() / "bus.log";
     daemon_ = std::make_unique<Process>(
         std::vector<std::string>{"sh", "-c", R"(exec dbus-daemon --nofork --nosyslog --nopidfile --print-address \
             --config-file="$1" 2>"$2")",
                                  "sh", file.string(), log.string()});
-    address_ = daemon_->readLine();
-    setenv("DBUS_SESSION_BUS_ADDRESS", address_.c_str(), 1);
-    setenv("DBUS_SYSTEM_BUS_ADDRESS", address_.c_str(), 1);
+}
+
+void PrivateBus::startBroker()
+{
+    daemon_ = std::make_unique<Process>(
+        std::vector<std::string>{BROKER_CONTROLLER, DBUS_BROKER, (folder_.path() / "bus").string()});
 }
 
 PrivateBus::~PrivateBus()

@@ -29,8 +29,8 @@ private:
 /// A message bus of the test's own. While it lives, it is the system bus and the session bus of this process and of the
 /// processes that it starts.
 ///
-/// The environment variable DEVICEID_TEST_BUS says which kind: "session" (or unset) has practically no limits, "system"
-/// has those of a system bus.
+/// The environment variable DEVICEID_TEST_BUS says which kind: a dbus-daemon with practically no limits ("session", or
+/// unset) or with those of a system bus ("system"), or a dbus-broker ("broker").
 class PrivateBus
 {
 public:
@@ -46,6 +46,9 @@ public:
     void kill();
 
 private:
+    void startDaemon(bool withSystemLimits);
+    void startBroker();
+
     TemporaryFolder folder_;
     std::unique_ptr<Process> daemon_;
     std::string address_;
