@@ -9,8 +9,10 @@
 
 #include <fmt/format.h>
 
+#include <initializer_list>
 #include <memory>
 #include <stdexcept>
+#include <utility>
 
 namespace Bench
 {
@@ -71,6 +73,15 @@ Findings measureDiscovery(const Effort& effort)
         for (auto& finding : measureBus(bus, effort))
             findings.push_back(std::move(finding));
     }
+    return findings;
+}
+
+Findings measureCurve(const Effort& effort)
+{
+    Findings findings;
+    for (const auto& [names, providers] : std::initializer_list<std::pair<std::size_t, std::size_t>>{
+             {5, 1}, {25, 5}, {75, 15}, {50, 1}, {50, 50}, {100, 1}})
+        findings.push_back(measureBus({names, providers, 1.25, 0}, effort).front());
     return findings;
 }
 

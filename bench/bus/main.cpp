@@ -50,9 +50,9 @@ Options optionsFrom(const std::vector<std::string>& arguments)
 const std::vector<std::pair<std::string, Findings (*)(const Effort&)>>& scenarios()
 {
     static const std::vector<std::pair<std::string, Findings (*)(const Effort&)>> all{
-        {"discovery", measureDiscovery},  {"fat-peer", measureFatPeer},      {"idle-clients", measureIdleClients},
-        {"stopped", measureStoppedPeers}, {"provider", measureProviderLoad}, {"many-clients", measureManyClients},
-        {"endurance", measureEndurance},
+        {"discovery", measureDiscovery},      {"curve", measureCurve},          {"fat-peer", measureFatPeer},
+        {"idle-clients", measureIdleClients}, {"stopped", measureStoppedPeers}, {"provider", measureProviderLoad},
+        {"many-clients", measureManyClients}, {"endurance", measureEndurance},
     };
     return all;
 }

@@ -31,6 +31,8 @@ struct Effort
 };
 
 Findings measureDiscovery(const Effort& effort);
+/// More sizes of bus, for the plot and for the model of the cost.
+Findings measureCurve(const Effort& effort);
 Findings measureFatPeer(const Effort& effort);
 Findings measureIdleClients(const Effort& effort);
 Findings measureStoppedPeers(const Effort& effort);
