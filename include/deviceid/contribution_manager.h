@@ -19,7 +19,8 @@
 // each take it once and hold it for their whole work. That includes the process's own read and write functions: devices
 // are mostly files or slow hardware behind code that was never written for several threads, so the registry promises
 // that no two of these functions ever overlap. The price is that a slow function delays every other caller, and that a
-// function that calls the registry, or drops a token, waits for itself for ever.
+// function must not call the registry: it gets a std::system_error instead of waiting for itself, and a token that it
+// drops leaves its device registered.
 //
 // No contribution is destroyed under the lock. Its functions may own anything, tokens of other devices included, so its
 // own token lets go of it only when the removal is over.

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <exception>
 #include <stdexcept>
+#include <system_error>
 #include <utility>
 
 namespace Tolvek::Orvan::DeviceId
@@ -17,6 +18,40 @@ namespace
 constexpr int success = 0;
 constexpr int unknownId = 1;
 constexpr int deviceFailed = 2;
+
+/// Holds the lock of a registry for its life-time. A thread that already holds it, because one of the process's
+/// functions called back, would wait for itself for ever: it gets an error instead.
+class RegistryLock
+{
+public:
+    /// \throws std::system_error if this thread holds the lock already
+    explicit RegistryLock(std::mutex& mutex)
+        : guard_{notHeld(mutex)}
+        , outer_{std::exchange(held, &mutex)}
+    {
+    }
+    ~RegistryLock() { held = outer_; }
+    RegistryLock(const RegistryLock&) = delete;
+    RegistryLock(RegistryLock&&) = delete;
+    RegistryLock& operator=(const RegistryLock&) = delete;
+    RegistryLock& operator=(RegistryLock&&) = delete;
+
+private:
+    static std::mutex& notHeld(std::mutex& mutex)
+    {
+        if (held == &mutex)
+            throw std::system_error{std::make_error_code(std::errc::resource_deadlock_would_occur),
+                                    "A read or write function must not call the registry"};
+        return mutex;
+    }
+
+    static thread_local const std::mutex* held;
+
+    std::lock_guard<std::mutex> guard_;
+    const std::mutex* outer_;
+};
+
+thread_local const std::mutex* RegistryLock::held = nullptr;
 } // namespace
 
 std::shared_ptr<ContributionManager> ContributionManager::instance()
@@ -50,7 +85,7 @@ std::unique_ptr<TokenIfc> ContributionManager::addVel(bool isMain, std::string i
 
 std::unique_ptr<TokenIfc> ContributionManager::addContribution(const std::shared_ptr<Contribution>& contribution)
 {
-    const std::lock_guard guard{lock_};
+    const RegistryLock guard{lock_};
     checkContributionDataIntegrity(contribution);
     const auto entry = contributions_.emplace(contribution->id(), contribution).first;
     log(Severity::Information, "-addContribution: id=%s: OK", {}, entry->first);
@@ -88,7 +123,7 @@ void ContributionManager::checkContributionDataIntegrity(const std::shared_ptr<C
 
 void ContributionManager::remove(const std::shared_ptr<Contribution>& contribution)
 {
-    const std::lock_guard guard{lock_};
+    const RegistryLock guard{lock_};
     const std::string id = contribution->id();
     log(Severity::Trace, "remove(contribution.id() = '%s')", {}, id);
     if (!contributorById(id))
@@ -107,7 +142,7 @@ void ContributionManager::remove(const std::shared_ptr<Contribution>& contributi
 
 std::vector<std::string> ContributionManager::deviceList()
 {
-    const std::lock_guard guard{lock_};
+    const RegistryLock guard{lock_};
     std::vector<std::string> ids;
     ids.reserve(contributions_.size());
     for (const auto& [id, contribution] : contributions_)
@@ -119,7 +154,7 @@ std::vector<std::string> ContributionManager::deviceList()
 std::shared_ptr<Data> ContributionManager::deviceId(const std::string& id) const
 {
     auto data = std::make_shared<Data>();
-    const std::lock_guard guard{lock_};
+    const RegistryLock guard{lock_};
     const auto contribution = contributorById(id);
     log(Severity::Trace, "+deviceId(id='%s')", {}, id);
     if (!contribution)
@@ -146,7 +181,7 @@ std::shared_ptr<Data> ContributionManager::deviceId(const std::string& id) const
 int ContributionManager::setDeviceId(const std::string& id, const std::string& xml)
 {
     log(Severity::Trace, "+setDeviceId(id='%s', xmlData='%s')", {}, id, xml);
-    const std::lock_guard guard{lock_};
+    const RegistryLock guard{lock_};
     const auto contribution = contributorById(id);
     if (!contribution)
     {

@@ -8,6 +8,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <atomic>
 #include <filesystem>
 #include <fstream>
@@ -191,6 +192,27 @@ TEST_F(Lifetime, factoriesComeAndGoUnderFire)
     EXPECT_EQ(entriesOf("/proc/self/fd"), descriptors);
     while (entriesOf("/proc/self/task") > threads) // a joined thread stays listed for a moment; a leaked one for good
         std::this_thread::yield();
+}
+
+TEST_F(Lifetime, aProviderWhoseBusEndsSaysSoAndCanStartAgain)
+{
+    std::optional<ServiceFactory> factory{std::in_place, "probe", kBusType};
+    const auto token = addDevice(*factory, "a", [] { return "<a/>"; });
+    bus().kill();
+    const auto isSaid = [this]
+    {
+        const auto lines = log().lines();
+        return std::any_of(lines.begin(), lines.end(),
+                           [](const auto& line)
+                           { return line.severity == 1 && line.text.rfind("Connection to the bus lost", 0) == 0; });
+    };
+    while (!isSaid())
+        std::this_thread::yield();
+    factory.reset();
+
+    const Tests::PrivateBus restarted;
+    const ServiceFactory again{"probe", kBusType};
+    EXPECT_EQ(readRaw("probe", "a"), "<a/>");
 }
 
 /// Removes a file at the end, and its folder if that is empty then.

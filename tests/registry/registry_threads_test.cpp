@@ -13,7 +13,7 @@ namespace
 using namespace testing;
 using namespace Tolvek::Orvan::DeviceId;
 
-const auto ignore = [](const std::string&) {};
+const auto discard = [](const std::string&) {};
 
 constexpr int threads = 4;
 
@@ -80,7 +80,7 @@ TEST(RegistryThreads, onlyOneOfThemGetsTheMainRole)
         try
         {
             return ContributionManager::instance()->addDeviceId(
-                true, std::to_string(number), [] { return ""; }, ignore);
+                true, std::to_string(number), [] { return ""; }, discard);
         }
         catch (const std::invalid_argument&)
         {
@@ -90,6 +90,34 @@ TEST(RegistryThreads, onlyOneOfThemGetsTheMainRole)
     const auto tokens = together(claim);
     EXPECT_THAT(tokens, Contains(NotNull()).Times(1));
     EXPECT_EQ(ContributionManager::instance()->deviceList().size(), 1U);
+}
+
+TEST(RegistryLock, aDeviceFunctionThatCallsBackFailsInsteadOfWaitingForItself)
+{
+    const auto registry = ContributionManager::instance();
+    auto other = registry->addDeviceId(
+        false, "other", [] { return "<other/>"; }, discard);
+    const auto lists = registry->addDeviceId(
+        false, "lists", [&] { return registry->deviceList().front(); }, discard);
+    const auto reads = registry->addDeviceId(
+        false, "reads", [&] { return registry->deviceId("other")->xml; }, discard);
+    const auto drops = registry->addDeviceId(
+        false, "drops",
+        [&other]
+        {
+            other.reset();
+            return "<drops/>";
+        },
+        discard);
+
+    EXPECT_EQ(registry->deviceId("lists")->status, 2);
+    EXPECT_EQ(registry->deviceId("reads")->status, 2);
+    EXPECT_EQ(registry->deviceId("drops")->status, 0);
+    EXPECT_EQ(registry->deviceId("other")->xml, "<other/>") << "a device stays when its token could not take it out";
+    const auto notOfRegistry = std::make_shared<Contribution>(
+        false, "other", [] { return ""; }, discard);
+    registry->remove(notOfRegistry);
+    EXPECT_EQ(registry->deviceId("other")->status, 1);
 }
 
 } // namespace
