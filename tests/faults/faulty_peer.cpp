@@ -5,6 +5,7 @@
 #include <systemd/sd-bus.h>
 
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <functional>
 #include <iostream>
@@ -155,6 +156,7 @@ std::map<std::string, std::function<Behaviour(int)>> faults()
                                                 "<node name=\"a b\"/><node name=\"deviceid\"/>"));
              };
          }},
+        {"kills-process", [](int process) { return [process](sd_bus_message*) { return kill(process, SIGKILL); }; }},
         {"vanish", [](int) { return [](sd_bus_message*) { return -1; }; }},
         {"failing-calls", [](int) { return failingCalls(); }},
     };

@@ -42,6 +42,8 @@ public:
     PrivateBus& operator=(PrivateBus&&) = delete;
 
     [[nodiscard]] const std::string& address() const noexcept { return address_; }
+    /// The process that the bus ends with.
+    [[nodiscard]] pid_t pid() const noexcept { return daemon_->pid(); }
     /// Ends the bus daemon at once, with everybody still connected.
     void kill();
 

@@ -101,6 +101,8 @@ public:
                 lane.takeAnswers();
             passOverSilentPeers(judgement);
         }
+        if (sawLostPeer_)
+            lanes_.front().requireBus();
         return result();
     }
 
@@ -183,9 +185,11 @@ private:
         onText(peer, question.place, answer.xml);
     }
 
-    /// Most peers answer that they have no such object, which is as good an answer as any.
-    static void onError(Peer& peer, const sdbus::Error& error)
+    /// Most peers answer that they have no such object, which is as good an answer as any. When the bus itself goes,
+    /// all open questions end as if their peers had gone.
+    void onError(const Peer& peer, const sdbus::Error& error)
     {
+        sawLostPeer_ = sawLostPeer_ || error.getName() == "org.freedesktop.DBus.Error.NoReply";
         orvanDoLog(Severity::DetailedTrace, "%s: %s", {}, peer.name(), error.what());
     }
 
@@ -258,6 +262,7 @@ private:
     std::vector<Peer> peers_;
     std::size_t turn_ = 0; ///< whose turn it is to be asked
     bool isWindowFull_ = false;
+    bool sawLostPeer_ = false;
     std::list<QuestionLane> lanes_;
 };
 

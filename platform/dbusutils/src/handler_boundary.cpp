@@ -5,6 +5,9 @@
 #include <logger/logger.h>
 
 #include <algorithm>
+#include <array>
+#include <functional>
+#include <mutex>
 #include <stdexcept>
 #include <string_view>
 #include <utility>
@@ -27,6 +30,30 @@ constexpr std::size_t kMaxErrorText = 4096;
 constexpr std::size_t kMaxStrings = 31UL * 1024 * 1024;
 /// What a string costs in a list beside its bytes: its length, its NUL and the gap to the next one.
 constexpr std::size_t kListOverhead = 8;
+
+/// Which texts the log has been told of as unfit to travel. A device that holds one is read again and again, and one
+/// that returns noise finds a new one each time: each is told once, and after so many no more.
+struct
+{
+    std::mutex mutex;
+    std::array<std::size_t, 256> hashes;
+    std::size_t count;
+} toldTexts;
+
+template <typename... Arguments>
+void tellOnce(std::string_view text, const char* format, const Arguments&... arguments)
+{
+    {
+        const auto hash = std::hash<std::string_view>{}(text);
+        const std::lock_guard lock{toldTexts.mutex};
+        auto* const end = toldTexts.hashes.begin() + toldTexts.count;
+        if (toldTexts.count == toldTexts.hashes.size() || std::find(toldTexts.hashes.begin(), end, hash) != end)
+            return;
+        *end = hash;
+        ++toldTexts.count;
+    }
+    orvanDoLog(Severity::Error, format, {}, arguments...);
+}
 
 bool isErrorNameElement(std::string_view element)
 {
@@ -235,13 +262,13 @@ const std::string& requireCarriable(const std::string& text)
 {
     if (text.size() > kMaxStrings)
     {
-        orvanDoLog(Severity::Error, "A text of %lu bytes is too long for D-Bus", {}, text.size());
+        tellOnce(text, "A text of %lu bytes is too long for D-Bus", text.size());
         reply(kFailed, "A text is too long for D-Bus");
     }
     if (isCarriable(text))
         return text;
-    orvanDoLog(Severity::Error, "A text cannot travel on D-Bus, it is not UTF-8 or holds a NUL: '%s'", {},
-               std::string_view{text}.substr(0, kMaxErrorText));
+    tellOnce(text, "A text cannot travel on D-Bus, it is not UTF-8 or holds a NUL: '%s'",
+             std::string_view{text}.substr(0, kMaxErrorText));
     reply(kFailed, "A text holds bytes that D-Bus cannot carry (not UTF-8, or a NUL)");
 }
 
@@ -266,9 +293,9 @@ std::vector<std::string> carriable(std::vector<std::string> list)
     std::for_each(rest, list.end(),
                   [](const std::string& text)
                   {
-                      orvanDoLog(Severity::Error,
-                                 "A list on D-Bus goes without '%s', which is not UTF-8, holds a NUL or is too long",
-                                 {}, std::string_view{text}.substr(0, kMaxErrorText));
+                      tellOnce(text,
+                               "A list on D-Bus goes without '%s', which is not UTF-8, holds a NUL or is too long",
+                               std::string_view{text}.substr(0, kMaxErrorText));
                   });
     list.erase(rest, list.end());
     return list;

@@ -81,6 +81,12 @@ void QuestionLane::forgetAnswered()
     open_.remove_if([](const Open& open) { return open.isAnswered; });
 }
 
+void QuestionLane::requireBus() const
+{
+    const auto bus = sdbus::createProxy(*connection_, "org.freedesktop.DBus", "/org/freedesktop/DBus");
+    bus->callMethod("Ping").onInterface("org.freedesktop.DBus.Peer");
+}
+
 std::size_t QuestionLane::openSince(Clock::time_point since) const
 {
     return static_cast<std::size_t>(

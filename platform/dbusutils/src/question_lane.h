@@ -47,6 +47,9 @@ public:
     /// Takes the answers that have arrived. \throws sdbus::Error if the bus has gone
     void takeAnswers();
 
+    /// \throws sdbus::Error if the bus has gone
+    void requireBus() const;
+
     /// Questions sent after `since` that are still open.
     [[nodiscard]] std::size_t openSince(Clock::time_point since) const;
     /// When the oldest of them was sent; `none` if there is none.

@@ -182,6 +182,13 @@ TEST_F(Discovery, moreSilentPeersThanTheWindowHideNobody)
     EXPECT_NO_THROW(call->callMethod("ping").onInterface(kInterface));
 }
 
+TEST_F(BusTest, aBusThatGoesAwayWithQuestionsOpenIsAnErrorNotAnEmptyResult)
+{
+    const auto murderer = faultyPeer("org.example.Murderer", "kills-process", bus().pid());
+    const auto other = faultyPeer("com.tolvek.Silent", "silent");
+    EXPECT_THROW(std::make_shared<Factory>(kBusType)->objectsImplementing(kInterface), sdbus::Error);
+}
+
 TEST_F(BusTest, aBusThatGoesAwayIsAnErrorNotAnEmptyResult)
 {
     const auto other = faultyPeer("org.example.Slow", "slow", 100);

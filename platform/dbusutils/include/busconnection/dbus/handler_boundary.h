@@ -77,11 +77,11 @@ private:
 /// Makes sure that a text can travel. D-Bus strings are UTF-8 without NUL: the D-Bus library refuses other bytes only
 /// when the message is half written, and cuts a text at its first NUL without a word; the bus disconnects the sender of
 /// a message that is too long.
-/// \throws sdbus::Error for a text that cannot travel, after a line at severity 1
+/// \throws sdbus::Error for a text that cannot travel, after a line at severity 1, which a process writes once per text
 DBUSUTILS_EXPORT const std::string& requireCarriable(const std::string& text);
 
 /// Results of a handler made fit to travel.
-/// \throws sdbus::Error for a text that cannot travel, after a line at severity 1
+/// \throws sdbus::Error for a text that cannot travel, after the same line
 /// \{
 DBUSUTILS_EXPORT std::string carriable(std::string text);
 inline std::int32_t carriable(std::int32_t number)
@@ -92,7 +92,7 @@ inline bool carriable(bool flag)
 {
     return flag;
 }
-/// A list loses the elements that cannot travel, each with a line at severity 1: its readers still want the others.
+/// A list loses the elements that cannot travel, each after such a line: its readers still want the others.
 DBUSUTILS_EXPORT std::vector<std::string> carriable(std::vector<std::string> list);
 template <typename... Values>
 std::tuple<Values...> carriable(std::tuple<Values...> values)
