@@ -74,7 +74,7 @@ Process::~Process()
     close(output_);
 }
 
-std::string Process::readLine()
+std::string Process::readLine() const
 {
     std::string line;
     for (char letter = 0;;)

@@ -23,9 +23,9 @@ public:
     Process& operator=(Process&&) = delete;
 
     /// The next line of its standard output, without the line feed. \throws std::runtime_error if there is none
-    std::string readLine();
+    std::string readLine() const;
     /// Waits for its first line, by which programs of this suite say that they are ready.
-    void waitUntilReady() { readLine(); }
+    void waitUntilReady() const { readLine(); }
 
     void signal(int number) const;
     /// Stops it with SIGSTOP; it no longer runs when this returns.
