@@ -139,20 +139,17 @@ private:
         return std::any_of(peers_.begin(), peers_.end(), [](const Peer& peer) { return peer.isOpen(); });
     }
 
-    /// Lets the peers take turns, from where the last round ended, until the window is full or nobody may be asked.
+    /// Lets the peers take turns, from where the last round ended, until the window is full or nobody may be asked. A peer
+    /// is asked all that it may be asked in one go: it answers that in one go, too, and is woken only once.
     void fillWindow(Clock::time_point now)
     {
         auto inFlight = questionsInFlight(now);
-        for (std::size_t passed = 0; passed < peers_.size() && inFlight < kWindow; turn_ = (turn_ + 1) % peers_.size())
+        for (std::size_t i = 0; i < peers_.size() && inFlight < kWindow; ++i)
         {
-            if (!peers_[turn_].mayBeAsked(now))
-            {
-                ++passed;
-                continue;
-            }
-            ask(turn_, now);
-            ++inFlight;
-            passed = 0;
+            for (; inFlight < kWindow && peers_[turn_].mayBeAsked(now); ++inFlight)
+                ask(turn_, now);
+            if (inFlight < kWindow)
+                turn_ = (turn_ + 1) % peers_.size();
         }
         isWindowFull_ = inFlight >= kWindow;
     }
