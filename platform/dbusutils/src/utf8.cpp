@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 
 namespace Tolvek::Orvan::Utils::BusConnection::Dbus
 {
@@ -55,11 +57,28 @@ std::size_t characterLength(std::string_view text) noexcept
     return continued ? sequence.length : 0;
 }
 
+/// Length of the part of the beginning that is plain ASCII without NUL, as far as whole words of it go. Most texts are
+/// nothing else, and every reply is checked.
+std::size_t asciiWords(std::string_view text) noexcept
+{
+    constexpr std::uint64_t kOnes = 0x0101010101010101;
+    constexpr std::uint64_t kHighBits = 0x8080808080808080;
+    std::size_t length = 0;
+    for (std::uint64_t word = 0; length + sizeof(word) <= text.size(); length += sizeof(word))
+    {
+        std::memcpy(&word, text.data() + length, sizeof(word));
+        const auto hasZero = (word - kOnes) & ~word;
+        if (((word | hasZero) & kHighBits) != 0)
+            break;
+    }
+    return length;
+}
+
 } // namespace
 
 bool isCarriable(std::string_view text) noexcept
 {
-    while (!text.empty())
+    for (text.remove_prefix(asciiWords(text)); !text.empty(); text.remove_prefix(asciiWords(text)))
     {
         const auto length = characterLength(text);
         if (length == 0)
