@@ -154,8 +154,8 @@ Findings measureManyClients(const Effort& effort)
     {
         std::vector<double> ratios;
         for (std::size_t turn = 0; turn < kTurns; ++turn)
-            ratios.push_back(runLoad(clients, effort.rounds * 4, library).perSecond /
-                             runLoad(clients, effort.rounds * 4, raw).perSecond);
+            ratios.push_back(runLoad(clients, effort.rounds * 10, library).perSecond /
+                             runLoad(clients, effort.rounds * 10, raw).perSecond);
         findings.push_back({fmt::format("{} clients at once: requests per second / raw", clients),
                             median(ratios),
                             0.9,
