@@ -139,8 +139,8 @@ private:
         return std::any_of(peers_.begin(), peers_.end(), [](const Peer& peer) { return peer.isOpen(); });
     }
 
-    /// Lets the peers take turns, from where the last round ended, until the window is full or nobody may be asked. A peer
-    /// is asked all that it may be asked in one go: it answers that in one go, too, and is woken only once.
+    /// Lets the peers take turns, from where the last round ended, until the window is full or nobody may be asked. A
+    /// peer is asked all that it may be asked in one go: it answers that in one go, too, and is woken only once.
     void fillWindow(Clock::time_point now)
     {
         auto inFlight = questionsInFlight(now);
