@@ -150,6 +150,8 @@ TEST_F(Lifetime, clientsThatSawTheNameGetAnAnswerHoweverEarlyTheyAsk)
 TEST_F(Lifetime, factoriesComeAndGoUnderFire)
 {
     std::make_unique<ServiceFactory>("fire", kBusType).reset(); // what stays open from the first use on is no leak
+    Tests::Process one{{FAULTY_CLIENT, "com.tolvek.orvan.deviceid.fire"}};
+    Tests::Process other{{FAULTY_CLIENT, "com.tolvek.orvan.deviceid.fire"}};
     const auto descriptors = entriesOf("/proc/self/fd");
     const auto threads = entriesOf("/proc/self/task");
     std::atomic<bool> done{false};
@@ -177,7 +179,8 @@ TEST_F(Lifetime, factoriesComeAndGoUnderFire)
                 }
             });
     }
-    constexpr int kRounds = 100;
+    constexpr int kRounds = 1000;
+    long memory = 0;
     for (int i = 0; i < kRounds; ++i)
     {
         const int before = answers;
@@ -185,7 +188,12 @@ TEST_F(Lifetime, factoriesComeAndGoUnderFire)
         const auto token = addDevice(factory, "a", [] { return "<a/>"; });
         while (answers < before + kClients)
             std::this_thread::yield();
+        log().clear();
+        if (i == kRounds / 10)
+            memory = Tests::residentMiB(getpid());
     }
+    EXPECT_LE(Tests::residentMiB(getpid()), memory + (Tests::kIsSanitized ? 512 : 2));
+    EXPECT_EQ(one.readLine() + other.readLine(), "answeredanswered");
     done = true;
     for (auto& client : clients)
         client.join();
@@ -194,11 +202,14 @@ TEST_F(Lifetime, factoriesComeAndGoUnderFire)
         std::this_thread::yield();
 }
 
-TEST_F(Lifetime, aProviderWhoseBusEndsSaysSoAndCanStartAgain)
+TEST_F(Lifetime, aBusThatEndsIsNoticedAndAnotherOneServesAsWell)
 {
     std::optional<ServiceFactory> factory{std::in_place, "probe", kBusType};
     const auto token = addDevice(*factory, "a", [] { return "<a/>"; });
+    const auto client = Client::make_client(kBusType);
+    EXPECT_THAT(client->deviceList(), testing::ElementsAre("com.tolvek.orvan.deviceid.probe#a"));
     bus().kill();
+    EXPECT_THROW(client->deviceList(), sdbus::Error);
     const auto isSaid = [this]
     {
         const auto lines = log().lines();
@@ -212,7 +223,7 @@ TEST_F(Lifetime, aProviderWhoseBusEndsSaysSoAndCanStartAgain)
 
     const Tests::PrivateBus restarted;
     const ServiceFactory again{"probe", kBusType};
-    EXPECT_EQ(readRaw("probe", "a"), "<a/>");
+    EXPECT_EQ(client->deviceId("com.tolvek.orvan.deviceid.probe#a"), "<a/>");
 }
 
 /// Removes a file at the end, and its folder if that is empty then.

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cerrno>
+#include <fstream>
 #include <stdexcept>
 #include <system_error>
 
@@ -40,6 +41,14 @@ private:
 };
 
 } // namespace
+
+long residentMiB(pid_t process)
+{
+    long total = 0;
+    long resident = 0;
+    std::ifstream{"/proc/" + std::to_string(process) + "/statm"} >> total >> resident;
+    return resident * sysconf(_SC_PAGESIZE) / (1024L * 1024);
+}
 
 Process::Process(const std::vector<std::string>& command)
 {

@@ -10,6 +10,9 @@
 namespace Tests
 {
 
+/// Memory of a process in RAM.
+long residentMiB(pid_t process);
+
 /// A child process whose standard output the test reads; killed, if it still runs, and reaped at the end.
 class Process
 {

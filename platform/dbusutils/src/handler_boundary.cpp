@@ -36,8 +36,8 @@ constexpr std::size_t kListOverhead = 8;
 struct
 {
     std::mutex mutex;
-    std::array<std::size_t, 256> hashes;
-    std::size_t count;
+    std::array<std::size_t, 256> hashes{};
+    std::size_t count = 0;
 } toldTexts;
 
 template <typename... Arguments>
