@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <tuple>
@@ -147,7 +148,14 @@ Findings measureManyClients(const Effort& effort)
     const auto name = World::busName("p0");
     const auto library = [&name]() -> Task
     { return [client = std::shared_ptr{Client::make_client(kSession)}, id = name + "#d"] { client->deviceId(id); }; };
-    const auto raw = [&name]() -> Task { return [&name] { raw_read(name.c_str(), "d"); }; };
+    const auto raw = [&name]() -> Task
+    {
+        return [&name]
+        {
+            if (raw_read(name.c_str(), "d") < 0)
+                throw std::runtime_error{"The baseline failed"};
+        };
+    };
 
     Findings findings;
     for (const auto clients : kClientCounts)

@@ -240,13 +240,3 @@ int naive_read(const char* bus_name, const char* device_id)
     sd_bus_flush_close_unref(bus);
     return result < 0 ? result : found;
 }
-
-int direct_read(const char* bus_name, const char* device_id)
-{
-    sd_bus* bus = NULL;
-    int result = open_bus(&bus);
-    if (result >= 0)
-        result = read_device(bus, bus_name, device_id);
-    sd_bus_flush_close_unref(bus);
-    return result;
-}

@@ -14,9 +14,6 @@ extern "C"
     /* The same result the obvious way: walks the whole tree of every peer, one call after the other. */
     int naive_read(const char* bus_name, const char* device_id);
 
-    /* One connection and one deviceId call, without any discovery. */
-    int direct_read(const char* bus_name, const char* device_id);
-
 #ifdef __cplusplus
 }
 #endif

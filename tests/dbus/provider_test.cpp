@@ -132,7 +132,7 @@ TEST_F(Provider, whatCannotTravelIsSaidOnceInTheLogAndCostsNobodyElse)
     const auto bad = add(badId, [] { return "<x/>"; });
     const std::string latin = "<x a='\xe4'/>";
     int reads = 0;
-    const auto notUtf8 = add("latin", [&latin]() -> std::string { return latin; });
+    const auto notUtf8 = add("latin", [&latin] { return std::string{latin}; });
     const auto noise = add("noise", [&reads] { return "\xff" + std::to_string(++reads); });
     const auto tooLong = add("long", [] { return std::string(40UL * 1024 * 1024, 'x'); });
     const auto withNul = add("nul", [] { return std::string{"<x/>\0<y/>", 9}; });

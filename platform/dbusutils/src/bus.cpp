@@ -27,12 +27,13 @@ std::unique_ptr<sdbus::IConnection> openOnce(BusType type)
 /// even accept it.
 bool mayPass(const sdbus::Error& error)
 {
-    constexpr std::array<std::string_view, 6> kTransient{"org.freedesktop.DBus.Error.LimitsExceeded",
+    constexpr std::array<std::string_view, 7> kTransient{"org.freedesktop.DBus.Error.LimitsExceeded",
                                                          "org.freedesktop.DBus.Error.NoReply",
                                                          "org.freedesktop.DBus.Error.Disconnected",
                                                          "System.Error.ECONNRESET",
                                                          "System.Error.ENOTCONN",
-                                                         "System.Error.EPIPE"};
+                                                         "System.Error.EPIPE",
+                                                         "System.Error.EAGAIN"};
     return std::find(kTransient.begin(), kTransient.end(), error.getName()) != kTransient.end();
 }
 

@@ -22,6 +22,9 @@ constexpr std::chrono::milliseconds kRefusalPause{5};
 /// Open questions to one peer: one that names a thousand objects must not crowd out the others.
 constexpr std::size_t kMaxOpenPerPeer = 8;
 
+/// Messages that are taken from a connection before the deadlines are looked at.
+constexpr std::size_t kMaxMessagesPerTurn = 4 * kWindow;
+
 /// How long a peer may stay silent.
 constexpr std::string_view kPlatformPrefix = "com.tolvek.";
 constexpr std::chrono::milliseconds kPlatformPatience{2000};

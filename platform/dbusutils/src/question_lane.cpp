@@ -66,7 +66,8 @@ void QuestionLane::settle(Open& open, sdbus::MethodReply& reply, const sdbus::Er
 
 void QuestionLane::takeAnswers()
 {
-    while (connection_->processPendingRequest())
+    // Not without end: somebody may be sending faster than this reads, and the deadlines must be looked at.
+    for (std::size_t taken = 0; taken < kMaxMessagesPerTurn && connection_->processPendingRequest(); ++taken)
     {
         if (failure_)
             std::rethrow_exception(std::exchange(failure_, nullptr));
