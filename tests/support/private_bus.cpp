@@ -22,7 +22,17 @@ constexpr std::string_view kSessionLimits = R"(
   <limit name="max_incoming_bytes">1000000000</limit>
   <limit name="max_outgoing_bytes">1000000000</limit>)";
 
-std::string configuration(const std::filesystem::path& socket, bool withSystemLimits)
+/// What a system bus lets a client ask the bus itself.
+constexpr std::string_view kSystemRules = R"(
+  <policy context="default">
+    <deny send_destination="org.freedesktop.DBus"/>
+    <allow send_destination="org.freedesktop.DBus" send_interface="org.freedesktop.DBus"/>
+    <allow send_destination="org.freedesktop.DBus" send_interface="org.freedesktop.DBus.Introspectable"/>
+    <allow send_destination="org.freedesktop.DBus" send_interface="org.freedesktop.DBus.Properties"/>
+    <allow send_destination="org.freedesktop.DBus" send_interface="org.freedesktop.DBus.Monitoring"/>
+  </policy>)";
+
+std::string configuration(const std::filesystem::path& socket, bool isSystemBus)
 {
     std::string text = R"(<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
@@ -37,8 +47,7 @@ std::string configuration(const std::filesystem::path& socket, bool withSystemLi
     <allow send_destination="*" eavesdrop="true"/>
     <allow eavesdrop="true"/>
   </policy>)";
-    if (!withSystemLimits)
-        text += kSessionLimits;
+    text += isSystemBus ? kSystemRules : kSessionLimits;
     return text + "\n</busconfig>\n";
 }
 
@@ -71,10 +80,10 @@ PrivateBus::PrivateBus()
     setenv("DBUS_SYSTEM_BUS_ADDRESS", address_.c_str(), 1);
 }
 
-void PrivateBus::startDaemon(bool withSystemLimits)
+void PrivateBus::startDaemon(bool isSystemBus)
 {
     const auto file = folder_.path() / "bus.conf";
-    std::ofstream{file} << configuration(folder_.path() / "bus", withSystemLimits);
+    std::ofstream{file} << configuration(folder_.path() / "bus", isSystemBus);
     // What the daemon says about descriptor limits that it cannot raise is no concern of a test.
     const auto log = folder_.path() / "bus.log";
     daemon_ = std::make_unique<Process>(

@@ -48,7 +48,7 @@ public:
     void kill();
 
 private:
-    void startDaemon(bool withSystemLimits);
+    void startDaemon(bool isSystemBus);
     void startBroker();
 
     TemporaryFolder folder_;
