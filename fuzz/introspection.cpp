@@ -31,6 +31,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     const auto description = parseIntrospection(Fuzz::textOf(data, size), "com.example.Interface", maxDepth);
     if (description)
-        check(*description, maxDepth);
+        check(*description, maxDepth + 1);
     return 0;
 }

@@ -28,11 +28,9 @@ bool isDescribed(const pugi::xml_node& node)
     return !node.child("interface").empty();
 }
 
-bool describe(const pugi::xml_node& node, std::string_view interfaceName, std::size_t depthLeft,
+void describe(const pugi::xml_node& node, std::string_view interfaceName, std::size_t depthLeft,
               NodeDescription& description)
 {
-    if (depthLeft == 0)
-        return false;
     for (const auto& interface : node.children("interface"))
         description.implements = description.implements || interfaceName == interface.attribute("name").value();
     for (const auto& child : node.children("node"))
@@ -42,10 +40,9 @@ bool describe(const pugi::xml_node& node, std::string_view interfaceName, std::s
             continue;
         auto& added = description.children.emplace_back();
         added.name = name;
-        if (isDescribed(child) && !describe(child, interfaceName, depthLeft - 1, added.description.emplace_back()))
-            return false;
+        if (depthLeft > 0 && isDescribed(child))
+            describe(child, interfaceName, depthLeft - 1, added.description.emplace_back());
     }
-    return true;
 }
 
 } // namespace
@@ -57,9 +54,10 @@ std::optional<NodeDescription> parseIntrospection(std::string_view xml, std::str
     if (!document.load_buffer(xml.data(), xml.size(), pugi::parse_minimal, pugi::encoding_utf8))
         return std::nullopt;
     const auto root = document.child("node");
-    NodeDescription description;
-    if (!root || !describe(root, interfaceName, maxDepth, description))
+    if (!root)
         return std::nullopt;
+    NodeDescription description;
+    describe(root, interfaceName, maxDepth, description);
     return description;
 }
 

@@ -25,8 +25,9 @@ struct NodeDescription
 
 /// Reads an answer to Introspect: whether the object implements `interfaceName`, and its children.
 ///
-/// The answer is foreign input. Children whose names no object path can hold are left out.
-/// \return nothing if the text is not XML of a node, or if it nests deeper than `maxDepth`
+/// The answer is foreign input. Children whose names no object path can hold are left out; of those that are nested
+/// more than `maxDepth` levels deep only the names of the uppermost are taken.
+/// \return nothing if the text is not XML of a node
 std::optional<NodeDescription> parseIntrospection(std::string_view xml, std::string_view interfaceName,
                                                   std::size_t maxDepth);
 

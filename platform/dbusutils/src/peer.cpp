@@ -107,6 +107,11 @@ void Peer::passOver(const char* reason)
     if (passedOver_)
         return;
     Log::orvanDoLog(Log::Severity::Warning, "Passing over %s: %s", {}, name_, reason);
+    leave();
+}
+
+void Peer::leave() noexcept
+{
     passedOver_ = true;
     objects_.clear();
 }

@@ -62,6 +62,8 @@ public:
     void passOver(const char* reason);
     /// The same, for a peer whose deadline has come.
     void passOverForSilence();
+    /// Drops the peer without a line: programs end all the time.
+    void leave() noexcept;
 
 private:
     [[nodiscard]] bool isWaiting() const noexcept { return inFlight_ > 0 || isRefused_; }
