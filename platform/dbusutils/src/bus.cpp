@@ -17,6 +17,8 @@ using std::chrono::milliseconds;
 /// Pauses between attempts: half a second in all, far more than a bus takes to forget a closed connection.
 constexpr std::array kRetryPauses{milliseconds{1},  milliseconds{4},   milliseconds{15},
                                   milliseconds{60}, milliseconds{140}, milliseconds{280}};
+/// No attempt begins later: one to a bus that has stopped takes the D-Bus library's minute and a half.
+constexpr milliseconds kRetryTime{2000};
 
 std::unique_ptr<sdbus::IConnection> openOnce(BusType type)
 {
@@ -41,6 +43,7 @@ bool mayPass(const sdbus::Error& error)
 
 std::unique_ptr<sdbus::IConnection> openBus(BusType type)
 {
+    const auto last = std::chrono::steady_clock::now() + kRetryTime;
     for (const auto pause : kRetryPauses)
     {
         try
@@ -49,7 +52,7 @@ std::unique_ptr<sdbus::IConnection> openBus(BusType type)
         }
         catch (const sdbus::Error& error)
         {
-            if (!mayPass(error))
+            if (!mayPass(error) || std::chrono::steady_clock::now() > last)
                 throw;
         }
         std::this_thread::sleep_for(pause);

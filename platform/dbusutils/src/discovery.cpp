@@ -1,8 +1,8 @@
 // Discovery: who is asked what, in which order, and for how long.
 //
 // D-Bus has no directory of interfaces, so the only way to know who implements one is to ask everybody. The price of
-// that is the number of messages: a question costs 25 to 45 microseconds on a desk machine and many times that on a
-// device, whatever it asks. So each peer is asked as little as completeness allows:
+// that is the number of messages: a question takes some 50 microseconds of bus and peer on a desk machine and many
+// times that on a device, whatever it asks. So each peer is asked as little as completeness allows:
 //
 //  - Only well-known names are asked. A connection without one is a client; an idle client does not answer, and two
 //    clients that ask each other would wait for nothing. A connection with two names is asked under both, because
@@ -17,8 +17,8 @@
 // with many objects does not hold up the others. A window keeps the number of questions in flight at 32. A question
 // that has waited some milliseconds no longer counts against the window: its peer may be silent for good, and the
 // others must not queue behind it. The bus counts it all the same, and refuses when a connection has too many open;
-// before that point is reached, the remaining questions move to one more connection. A question that the bus refuses is
-// asked again.
+// before that point is reached, the remaining questions move to one more connection. If the bus has none left, those
+// that no question fits in for are passed over. A question that the bus refuses is asked again.
 //
 // A peer may take its time, but not without progress: one of this platform 2 s, any other 250 ms, counted from the
 // question that it is asked and anew from each answer. Then it is passed over, with a line that names it. The waits of
@@ -38,6 +38,7 @@
 #include <logger/logger.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
@@ -58,6 +59,11 @@ using Log::orvanDoLog;
 using Log::Severity;
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
+
+/// Errors by which the bus says that the owner of a name has gone, while a question was open or before.
+constexpr std::string_view kLeftWithQuestionOpen = "org.freedesktop.DBus.Error.NoReply";
+constexpr std::array<std::string_view, 3> kPeerIsGone{
+    kLeftWithQuestionOpen, "org.freedesktop.DBus.Error.ServiceUnknown", "org.freedesktop.DBus.Error.NameHasNoOwner"};
 
 bool isAskable(const std::string& name)
 {
@@ -146,8 +152,11 @@ private:
         auto inFlight = questionsInFlight(now);
         for (std::size_t i = 0; i < peers_.size() && inFlight < kWindow; ++i)
         {
-            for (; inFlight < kWindow && peers_[turn_].mayBeAsked(now); ++inFlight)
-                ask(turn_, now);
+            while (inFlight < kWindow && peers_[turn_].mayBeAsked(now))
+            {
+                if (ask(turn_, now))
+                    ++inFlight;
+            }
             if (inFlight < kWindow)
                 turn_ = (turn_ + 1) % peers_.size();
         }
@@ -162,11 +171,32 @@ private:
         return count;
     }
 
-    void ask(std::size_t peer, Clock::time_point now)
+    bool ask(std::size_t peer, Clock::time_point now)
     {
-        if (!lanes_.back().hasRoom())
-            addLane(openConnection_());
+        if (!lanes_.back().hasRoom() && !openLane())
+        {
+            peers_[peer].passOver("the bus has no connection left on which to ask it");
+            return false;
+        }
         lanes_.back().ask({peer, peers_[peer].ask(now)}, peers_[peer].name(), now);
+        return true;
+    }
+
+    /// False when the bus is full. It is tried only once: it takes its time, which all peers would wait for.
+    bool openLane()
+    {
+        if (isBusFull_)
+            return false;
+        try
+        {
+            addLane(openConnection_());
+        }
+        catch (const sdbus::Error& error)
+        {
+            orvanDoLog(Severity::Warning, "No further connection to the bus: %s", {}, error.what());
+            isBusFull_ = true;
+        }
+        return !isBusFull_;
     }
 
     void onAnswer(const Question& question, const Answer& answer)
@@ -182,12 +212,16 @@ private:
         onText(peer, question.place, answer.xml);
     }
 
-    /// Most peers answer that they have no such object, which is as good an answer as any. When the bus itself goes,
-    /// all open questions end as if their peers had gone.
-    void onError(const Peer& peer, const sdbus::Error& error)
+    /// Most peers answer that they have no such object, which is as good an answer as any. One that has left takes back
+    /// what it had said. When the bus itself goes, all open questions end as if their peers had gone.
+    void onError(Peer& peer, const sdbus::Error& error)
     {
-        sawLostPeer_ = sawLostPeer_ || error.getName() == "org.freedesktop.DBus.Error.NoReply";
         orvanDoLog(Severity::DetailedTrace, "%s: %s", {}, peer.name(), error.what());
+        const auto isGone = std::find(kPeerIsGone.begin(), kPeerIsGone.end(), error.getName()) != kPeerIsGone.end();
+        if (!isGone)
+            return;
+        peer.leave();
+        sawLostPeer_ = sawLostPeer_ || error.getName() == kLeftWithQuestionOpen;
     }
 
     void onText(Peer& peer, const Place& place, std::string_view xml) const
@@ -259,6 +293,7 @@ private:
     std::vector<Peer> peers_;
     std::size_t turn_ = 0; ///< whose turn it is to be asked
     bool isWindowFull_ = false;
+    bool isBusFull_ = false;
     bool sawLostPeer_ = false;
     std::list<QuestionLane> lanes_;
 };
