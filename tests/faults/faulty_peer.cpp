@@ -2,6 +2,8 @@
 //
 //     faulty_peer NAME FAULT [ARGUMENT]
 
+#include "unchecked_answer.h"
+
 #include <systemd/sd-bus.h>
 
 #include <chrono>
@@ -14,6 +16,7 @@
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <utility>
 
 #include <unistd.h>
 
@@ -25,6 +28,12 @@ struct BusCloser
     void operator()(sd_bus* bus) const { sd_bus_flush_close_unref(bus); }
 };
 using Bus = std::unique_ptr<sd_bus, BusCloser>;
+
+struct MessageCloser
+{
+    void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
+};
+using Message = std::unique_ptr<sd_bus_message, MessageCloser>;
 
 /// Answers one message; negative ends the peer.
 using Behaviour = std::function<int(sd_bus_message*)>;
@@ -100,14 +109,21 @@ Behaviour honestAfter(std::chrono::milliseconds delay)
     };
 }
 
-Behaviour failingCalls()
+/// Honest when it is asked what it is, and does `onCall` with every other call.
+Behaviour honestUntilCalled(Behaviour onCall)
 {
-    return [](sd_bus_message* call)
-    {
-        if (isIntrospection(call))
-            return answer(call, honest(sd_bus_message_get_path(call)));
-        return sd_bus_reply_method_errorf(call, "com.example.Broken", "every call fails");
-    };
+    return [onCall = std::move(onCall)](sd_bus_message* call)
+    { return isIntrospection(call) ? answer(call, honest(sd_bus_message_get_path(call))) : onCall(call); };
+}
+
+int fail(sd_bus_message* call)
+{
+    return sd_bus_reply_method_errorf(call, "com.example.Broken", "every call fails");
+}
+
+int keepSilent(sd_bus_message* /*call*/)
+{
+    return 0;
 }
 
 /// Names many objects and then says no more.
@@ -120,14 +136,43 @@ Behaviour silentAfterNaming(int count)
     };
 }
 
+/// Says what it offers, and is gone when it is asked anything more.
+Behaviour vanishingAfterTheFirstAnswer()
+{
+    return [isAnswered = false](sd_bus_message* call) mutable
+    {
+        if (std::exchange(isAnswered, true))
+            return -1;
+        check(answer(call, node(interfaceElement() + "<node name=\"deviceid\"/>")), "answering");
+        return sd_bus_flush(sd_bus_message_get_bus(call));
+    };
+}
+
+/// Never answers, but sends what nobody wants to whoever has asked, without end.
+int flood(sd_bus_message* call)
+{
+    auto* const bus = sd_bus_message_get_bus(call);
+    const std::string ballast(1024, 'x');
+    for (;;)
+    {
+        sd_bus_message* signal = nullptr;
+        check(sd_bus_message_new_signal(bus, &signal, "/", kInterface, "Flood"), "making a signal");
+        const Message owner{signal};
+        check(sd_bus_message_append(signal, "s", ballast.c_str()), "filling a signal");
+        if (sd_bus_send_to(bus, signal, sd_bus_message_get_sender(call), nullptr) < 0 || sd_bus_flush(bus) < 0)
+            return -1;
+    }
+}
+
 /// All faults by name; `argument` is the number that some of them take.
 std::map<std::string, std::function<Behaviour(int)>> faults()
 {
     constexpr int kMany = 10'000;
     constexpr int kDeep = 5'000;
     constexpr std::size_t kHuge = 1024UL * 1024;
+    const auto notUtf8 = node("<node name=\"\xff\xc0\"/>");
     return {
-        {"silent", [](int) { return [](sd_bus_message*) { return 0; }; }},
+        {"silent", [](int) { return keepSilent; }},
         {"slow", [](int ms) { return honestAfter(std::chrono::milliseconds{ms}); }},
         {"error",
          [](int)
@@ -143,6 +188,7 @@ std::map<std::string, std::function<Behaviour(int)>> faults()
         {"deep", [](int) { return always(nested(kDeep)); }},
         {"many-children", [](int) { return always(children(kMany)); }},
         {"names-then-silent", silentAfterNaming},
+        {"deeper-and-deeper", [](int) { return always(node("<node name=\"n\"/>")); }},
         {"endless", [](int) { return always(node("<node name=\"a\"/><node name=\"b\"/>")); }},
         {"odd-names",
          [](int)
@@ -158,7 +204,12 @@ std::map<std::string, std::function<Behaviour(int)>> faults()
          }},
         {"kills-process", [](int process) { return [process](sd_bus_message*) { return kill(process, SIGKILL); }; }},
         {"vanish", [](int) { return [](sd_bus_message*) { return -1; }; }},
-        {"failing-calls", [](int) { return failingCalls(); }},
+        {"vanish-later", [](int) { return vanishingAfterTheFirstAnswer(); }},
+        {"flood", [](int) { return flood; }},
+        {"not-utf8",
+         [notUtf8](int) { return [notUtf8](sd_bus_message* call) { return answerUnchecked(call, notUtf8); }; }},
+        {"silent-calls", [](int) { return honestUntilCalled(keepSilent); }},
+        {"failing-calls", [](int) { return honestUntilCalled(fail); }},
     };
 }
 

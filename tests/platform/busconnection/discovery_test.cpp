@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -100,6 +101,8 @@ struct Fault
     const char* name;
     const char* reason; ///< with which the peer is passed over; null: it says itself that it offers nothing
     int argument = 0;
+
+    friend void PrintTo(const Fault& fault, std::ostream* stream) { *stream << fault.name; }
 };
 
 class DiscoveryWithFault : public Discovery, public testing::WithParamInterface<Fault>
@@ -123,11 +126,13 @@ TEST_P(DiscoveryWithFault, passesOverThatPeerOnly)
 INSTANTIATE_TEST_SUITE_P(
     Faults, DiscoveryWithFault,
     testing::Values(Fault{"silent", "it does not answer"}, Fault{"slow", "it does not answer", 5000},
-                    Fault{"error", nullptr}, Fault{"vanish", nullptr},
+                    Fault{"flood", "it does not answer"}, Fault{"error", nullptr}, Fault{"vanish", nullptr},
+                    Fault{"vanish-later", nullptr}, Fault{"not-utf8", nullptr},
                     Fault{"other-type", "its answer is not introspection XML"},
                     Fault{"not-xml", "its answer is not introspection XML"},
                     Fault{"empty-text", "its answer is not introspection XML"}, Fault{"huge", "its answer is too long"},
-                    Fault{"deep", "its answer is not introspection XML"},
+                    Fault{"deep", "its objects are nested too deeply"},
+                    Fault{"deeper-and-deeper", "its objects are nested too deeply"},
                     Fault{"many-children", "it has too many objects"}, Fault{"endless", "it has too many objects"}),
     [](const auto& test)
     {
