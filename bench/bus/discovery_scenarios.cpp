@@ -9,10 +9,13 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <initializer_list>
 #include <memory>
 #include <stdexcept>
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace Bench
 {
@@ -85,46 +88,50 @@ Findings measureCurve(const Effort& effort)
     return findings;
 }
 
+namespace
+{
+
+Finding finding(std::string what, const Comparison& times, double target)
+{
+    return {std::move(what),
+            times.with / times.without,
+            target,
+            true,
+            {{"with_us", times.with}, {"without_us", times.without}}};
+}
+
+} // namespace
+
 Findings measureFatPeer(const Effort& effort)
 {
     constexpr std::size_t kObjects = 400;
     constexpr std::size_t kMethods = 60;
     World world{50, 10};
-    const auto read = libraryRead("p0");
-    // The two buses cannot take turns: measure around the presence of the peer, and let the middle one decide.
-    const auto before = medianTimes(effort.rounds, {read}).front();
-    world.addForeign(1, kObjects, kMethods);
-    const auto with = medianTimes(effort.rounds, {read}).front();
-    world.removeLast();
-    const auto after = medianTimes(effort.rounds, {read}).front();
-    const auto without = (before + after) / 2;
-    return {{"with a peer of 400 fat objects / without",
-             with / without,
-             1.2,
-             true,
-             {{"with_us", with}, {"without_us", without}}}};
+    const auto times =
+        compareCircumstances(effort.rounds, libraryRead("p0"),
+                             [&world]
+                             {
+                                 world.addForeign(1, kObjects, kMethods);
+                                 return std::shared_ptr<void>{&world, [&world](void*) { world.removeLast(); }};
+                             });
+    return {finding("with a peer of 400 fat objects / without", times, 1.2)};
 }
 
 Findings measureIdleClients(const Effort& effort)
 {
+    using Connections = std::vector<std::unique_ptr<sdbus::IConnection>>;
     const World world{50, 10};
-    const auto read = libraryRead("p0");
     Findings findings;
     for (const std::size_t count : {1UL, 20UL})
     {
-        const auto before = medianTimes(effort.rounds, {read}).front();
-        std::vector<std::unique_ptr<sdbus::IConnection>> idle;
-        for (std::size_t i = 0; i < count; ++i)
-            idle.push_back(sdbus::createSessionBusConnection());
-        const auto with = medianTimes(effort.rounds, {read}).front();
-        idle.clear();
-        const auto after = medianTimes(effort.rounds, {read}).front();
-        const auto without = (before + after) / 2;
-        findings.push_back({fmt::format("with {} idle clients / without", count),
-                            with / without,
-                            1.05,
-                            true,
-                            {{"with_us", with}, {"without_us", without}}});
+        const auto enter = [count]
+        {
+            const auto idle = std::make_shared<Connections>(count);
+            std::generate(idle->begin(), idle->end(), [] { return sdbus::createSessionBusConnection(); });
+            return idle;
+        };
+        const auto times = compareCircumstances(effort.rounds, libraryRead("p0"), enter);
+        findings.push_back(finding(fmt::format("with {} idle clients / without", count), times, 1.05));
     }
     return findings;
 }
@@ -132,11 +139,10 @@ Findings measureIdleClients(const Effort& effort)
 namespace
 {
 
-Finding measureStopped(std::size_t count, bool areProviders)
+Finding measureStopped(std::size_t count, bool areProviders, std::size_t rounds)
 {
     constexpr double kPlatformTimeoutUs = 2'000'000;
     constexpr double kForeignTimeoutUs = 250'000;
-    constexpr std::size_t kRounds = 3;
 
     World world{10, 2};
     std::vector<std::unique_ptr<Tests::Process>> stopped;
@@ -149,23 +155,24 @@ Finding measureStopped(std::size_t count, bool areProviders)
         stopped.back()->stop();
     }
     const auto timeout = areProviders ? kPlatformTimeoutUs : kForeignTimeoutUs;
-    const auto time = medianTimes(kRounds, {libraryRead("p0")}).front();
+    const auto time = medianTimes(rounds, {libraryRead("p0")}).front();
     return {fmt::format("{} stopped {}: time / one time-out", count, areProviders ? "providers" : "foreign peers"),
             time / timeout,
             1.05,
             true,
-            {{"library_us", time}, {"timeout_us", timeout}, {"rounds", kRounds}}};
+            {{"library_us", time}, {"timeout_us", timeout}, {"rounds", rounds}}};
 }
 
 } // namespace
 
-Findings measureStoppedPeers(const Effort& /*effort*/)
+Findings measureStoppedPeers(const Effort& effort)
 {
+    const auto rounds = effort.rounds / 2; // each of them waits for a time-out
     Findings findings;
     for (const bool areProviders : {false, true})
     {
         for (const std::size_t count : {1UL, 3UL, 30UL})
-            findings.push_back(measureStopped(count, areProviders));
+            findings.push_back(measureStopped(count, areProviders, rounds));
     }
     return findings;
 }

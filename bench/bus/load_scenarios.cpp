@@ -30,6 +30,7 @@ using Tolvek::Orvan::DeviceId::Client;
 constexpr auto kSession = Tolvek::Orvan::Utils::BusConnection::Dbus::BusType::Session;
 
 constexpr std::array<std::size_t, 3> kClientCounts{1, 4, 16};
+constexpr std::size_t kTurns = 21;
 
 /// What several threads get done together: each repeats `makeTask()`'s task until all calls are spent.
 struct Load
@@ -64,6 +65,13 @@ Load runLoad(std::size_t threads, std::size_t calls, const std::function<Task()>
     return {static_cast<double>(samples.size()) * 1e6 / elapsed, percentile(samples, 99)};
 }
 
+/// Runs two tasks, in an order that changes from turn to turn.
+void takeTurns(std::size_t turn, const Task& one, const Task& other)
+{
+    (turn % 2 == 0 ? one : other)();
+    (turn % 2 == 0 ? other : one)();
+}
+
 /// deviceId calls to one provider over a connection that stays open.
 Task callOf(const std::string& serviceName)
 {
@@ -96,16 +104,17 @@ ProviderLoad loadOf(const std::string& serviceName, pid_t process, std::size_t c
 Findings compareProviders(const Tests::Process& library, const Tests::Process& raw, std::size_t clients,
                           const Effort& effort)
 {
-    constexpr std::size_t kTurns = 7;
     std::vector<double> rate;
     std::vector<double> p99;
     std::vector<double> cpu;
     ProviderLoad ours{};
     ProviderLoad theirs{};
+    const auto calls = effort.calls / 2;
     for (std::size_t turn = 0; turn < kTurns; ++turn)
     {
-        ours = loadOf("library", library.pid(), clients, effort.calls);
-        theirs = loadOf("raw", raw.pid(), clients, effort.calls);
+        takeTurns(
+            turn, [&] { ours = loadOf("library", library.pid(), clients, calls); },
+            [&] { theirs = loadOf("raw", raw.pid(), clients, calls); });
         rate.push_back(ours.load.perSecond / theirs.load.perSecond);
         p99.push_back(ours.load.p99 / theirs.load.p99);
         cpu.push_back(ours.cpuPerCall / theirs.cpuPerCall);
@@ -143,7 +152,7 @@ Findings measureProviderLoad(const Effort& effort)
 
 Findings measureManyClients(const Effort& effort)
 {
-    constexpr std::size_t kTurns = 7;
+    const auto requests = effort.rounds * 6;
     const World world{50, 10};
     const auto name = World::busName("p0");
     const auto library = [&name]() -> Task
@@ -162,8 +171,14 @@ Findings measureManyClients(const Effort& effort)
     {
         std::vector<double> ratios;
         for (std::size_t turn = 0; turn < kTurns; ++turn)
-            ratios.push_back(runLoad(clients, effort.rounds * 10, library).perSecond /
-                             runLoad(clients, effort.rounds * 10, raw).perSecond);
+        {
+            Load ours{};
+            Load theirs{};
+            takeTurns(
+                turn, [&] { ours = runLoad(clients, requests, library); },
+                [&] { theirs = runLoad(clients, requests, raw); });
+            ratios.push_back(ours.perSecond / theirs.perSecond);
+        }
         findings.push_back({fmt::format("{} clients at once: requests per second / raw", clients),
                             median(ratios),
                             0.9,

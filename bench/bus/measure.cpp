@@ -54,6 +54,27 @@ std::vector<Microseconds> medianTimes(std::size_t rounds, const std::vector<Task
     return medians;
 }
 
+Comparison compareCircumstances(std::size_t rounds, const Task& task,
+                                const std::function<std::shared_ptr<void>()>& enter)
+{
+    constexpr int kRunsPerTurn = 3;
+    const auto takeTurn = [&task](std::vector<double>& samples)
+    {
+        task();
+        for (int i = 0; i < kRunsPerTurn; ++i)
+            samples.push_back(timeOf(task));
+    };
+    std::vector<double> with;
+    std::vector<double> without;
+    for (std::size_t round = 0; round < rounds; ++round)
+    {
+        takeTurn(without);
+        const auto circumstance = enter();
+        takeTurn(with);
+    }
+    return {median(with), median(without)};
+}
+
 Microseconds cpuTimeOf(pid_t process)
 {
     double nanoseconds = 0;

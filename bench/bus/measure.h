@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <functional>
+#include <memory>
 #include <vector>
 
 #include <sys/types.h>
@@ -20,6 +21,18 @@ double percentile(std::vector<double> samples, double percent);
 
 /// Medians of tasks that take turns, so that whatever else the machine does meets all of them alike.
 std::vector<Microseconds> medianTimes(std::size_t rounds, const std::vector<Task>& tasks);
+
+struct Comparison
+{
+    Microseconds with;
+    Microseconds without;
+};
+
+/// Median times of a task with and without a circumstance. The two take turns; each turn begins with a run that does
+/// not count, so that what is new on the bus has met its first question.
+/// \param enter  brings the circumstance about, which lasts as long as what it returns
+Comparison compareCircumstances(std::size_t rounds, const Task& task,
+                                const std::function<std::shared_ptr<void>()>& enter);
 
 /// CPU time that a process has used so far, all threads together.
 Microseconds cpuTimeOf(pid_t process);
