@@ -126,7 +126,7 @@ Findings measureIdleClients(const Effort& effort)
     {
         const auto enter = [count]
         {
-            const auto idle = std::make_shared<Connections>(count);
+            auto idle = std::make_shared<Connections>(count);
             std::generate(idle->begin(), idle->end(), [] { return sdbus::createSessionBusConnection(); });
             return idle;
         };
