@@ -1,13 +1,11 @@
 #include <busconnection/dbus/handler_boundary.h>
 
+#include "told_texts.h"
 #include "utf8.h"
 
 #include <logger/logger.h>
 
 #include <algorithm>
-#include <array>
-#include <functional>
-#include <mutex>
 #include <stdexcept>
 #include <string_view>
 #include <utility>
@@ -31,27 +29,16 @@ constexpr std::size_t kMaxStrings = 31UL * 1024 * 1024;
 /// What a string costs in a list beside its bytes: its length, its NUL and the gap to the next one.
 constexpr std::size_t kListOverhead = 8;
 
-/// Which texts the log has been told of as unfit to travel. A device that holds one is read again and again, and one
-/// that returns noise finds a new one each time: each is told once, and after so many no more.
-struct
-{
-    std::mutex mutex;
-    std::array<std::size_t, 256> hashes{};
-    std::size_t count = 0;
-} toldTexts;
-
 template <typename... Arguments>
 void tellOnce(std::string_view text, const char* format, const Arguments&... arguments)
 {
-    {
-        const auto hash = std::hash<std::string_view>{}(text);
-        const std::lock_guard lock{toldTexts.mutex};
-        auto* const end = toldTexts.hashes.begin() + toldTexts.count;
-        if (toldTexts.count == toldTexts.hashes.size() || std::find(toldTexts.hashes.begin(), end, hash) != end)
-            return;
-        *end = hash;
-        ++toldTexts.count;
-    }
+    static ToldTexts toldTexts;
+    const auto withheld = toldTexts.tell(text, ToldTexts::Clock::now());
+    if (!withheld)
+        return;
+    if (*withheld > 0)
+        orvanDoLog(Severity::Error, "Texts that cannot travel on D-Bus were met %lu times more than told here", {},
+                   *withheld);
     orvanDoLog(Severity::Error, format, {}, arguments...);
 }
 
