@@ -1,5 +1,7 @@
 #include <logger/logger.h>
 
+#include "utf8.h"
+
 #include <fmt/args.h>
 #include <fmt/printf.h>
 
@@ -129,11 +131,27 @@ private:
     std::string result_;
 };
 
+using Store = fmt::dynamic_format_arg_store<fmt::printf_context>;
+
+template <typename Value>
+void push(Store& store, const Value& value)
+{
+    store.push_back(value);
+}
+
+void push(Store& store, std::string_view text)
+{
+    if (text.size() <= kMaxArgument)
+        store.push_back(text);
+    else
+        store.push_back(shortened(text, kMaxArgument));
+}
+
 std::string render(std::string_view format, const Argument* arguments, std::size_t count)
 {
-    fmt::dynamic_format_arg_store<fmt::printf_context> store;
+    Store store;
     for (std::size_t index = 0; index != count; ++index)
-        std::visit([&store](const auto& value) { store.push_back(value); }, arguments[index].value());
+        std::visit([&store](const auto& value) { push(store, value); }, arguments[index].value());
     return fmt::vsprintf(FormatRewriter{format, arguments, count}.rewritten(), fmt::printf_args{store});
 }
 

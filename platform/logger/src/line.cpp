@@ -82,24 +82,11 @@ std::string escaped(std::string_view text)
     return result;
 }
 
-namespace
-{
-
-/// Some lines carry a whole document, which anybody may have sent: escaped, it would be four times as long.
-std::string bounded(std::string_view text)
-{
-    constexpr std::size_t kMaxText = 64UL * 1024;
-    if (text.size() <= kMaxText)
-        return escaped(text);
-    return fmt::format("{}... ({} bytes)", escaped(text.substr(0, kMaxText)), text.size());
-}
-
-} // namespace
-
 std::string layOut(const Record& record)
 {
     return fmt::format("{} {} {} {}\n", currentTime(), nameOf(record.severity),
-                       record.loggerName.empty() ? "-" : escaped(record.loggerName), bounded(record.text));
+                       record.loggerName.empty() ? "-" : escaped(record.loggerName),
+                       escaped(shortened(record.text, kMaxLine)));
 }
 
 } // namespace Tolvek::Orvan::Log

@@ -54,4 +54,17 @@ std::size_t printableCharacterLength(std::string_view text) noexcept
     return character >= lead.smallest && isPrintable(character) ? lead.length : 0;
 }
 
+std::string shortened(std::string_view text, std::size_t maxBytes)
+{
+    if (text.size() <= maxBytes)
+        return std::string{text};
+    constexpr std::size_t kLongestCharacter = 4;
+    auto length = maxBytes;
+    const auto isContinuation = [text](std::size_t position)
+    { return (static_cast<unsigned char>(text[position]) & 0xC0U) == 0x80U; };
+    while (length > 0 && maxBytes - length < kLongestCharacter && isContinuation(length))
+        --length;
+    return std::string{text.substr(0, length)} + "... (" + std::to_string(text.size()) + " bytes)";
+}
+
 } // namespace Tolvek::Orvan::Log

@@ -90,6 +90,21 @@ TEST_F(LogFolder, aFullFileIsRenamedAndBegunAnew)
     EXPECT_THAT(content(path("all.log.1")), HasSubstr("ccc")) << "full already when opened";
 }
 
+TEST_F(LogFolder, longTextsAreCutBetweenCharactersAndTheirLengthIsTold)
+{
+    constexpr std::size_t kArgument = 24UL * 1024;
+    constexpr std::size_t kLine = 64UL * 1024;
+    ASSERT_TRUE(logTo(path("all.log"), path("errors.log")));
+    const std::string fits(kArgument, 'a');
+    const std::string cut = std::string(kArgument - 3, 'b') + "\U0001F527 and more"; // the cut is behind its third byte
+    orvanDoLog(Severity::Trace, "'%s', '%s': the end", nullptr, fits, cut);
+    EXPECT_THAT(content(path("all.log")),
+                HasSubstr("'" + fits + "', '" + std::string(kArgument - 3, 'b') + "... (24586 bytes)': the end"));
+    orvanDoLog(Severity::Error, std::string(kLine - 1, '\n') + "\u00e9", nullptr);
+    EXPECT_THAT(content(path("errors.log")), HasSubstr("\\n\\n... (65537 bytes)\n"));
+    EXPECT_LT(content(path("errors.log")).size(), 3 * kLine);
+}
+
 TEST_F(LogFolder, writersOfOneFileLoseNothingToEachOther)
 {
     // Both files are the same, so every error is written twice, by writers that do not know of each other.
