@@ -26,11 +26,12 @@ class RegistryLock
 public:
     /// \throws std::system_error if this thread holds the lock already
     explicit RegistryLock(std::mutex& mutex)
-        : guard_{notHeld(mutex)}
-        , outer_{std::exchange(held, &mutex)}
+        : mutex_{notHeld(mutex)}
+        , guard_{mutex_}
+        , outer_{std::exchange(innermost, this)}
     {
     }
-    ~RegistryLock() { held = outer_; }
+    ~RegistryLock() { innermost = outer_; }
     RegistryLock(const RegistryLock&) = delete;
     RegistryLock(RegistryLock&&) = delete;
     RegistryLock& operator=(const RegistryLock&) = delete;
@@ -39,19 +40,23 @@ public:
 private:
     static std::mutex& notHeld(std::mutex& mutex)
     {
-        if (held == &mutex)
-            throw std::system_error{std::make_error_code(std::errc::resource_deadlock_would_occur),
-                                    "A read or write function must not call the registry"};
+        for (const auto* lock = innermost; lock != nullptr; lock = lock->outer_)
+        {
+            if (&lock->mutex_ == &mutex)
+                throw std::system_error{std::make_error_code(std::errc::resource_deadlock_would_occur),
+                                        "A read or write function must not call the registry"};
+        }
         return mutex;
     }
 
-    static thread_local const std::mutex* held;
+    static thread_local const RegistryLock* innermost;
 
+    std::mutex& mutex_;
     std::lock_guard<std::mutex> guard_;
-    const std::mutex* outer_;
+    const RegistryLock* outer_;
 };
 
-thread_local const std::mutex* RegistryLock::held = nullptr;
+thread_local const RegistryLock* RegistryLock::innermost = nullptr;
 } // namespace
 
 std::shared_ptr<ContributionManager> ContributionManager::instance()
