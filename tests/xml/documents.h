@@ -5,13 +5,15 @@
 namespace Tests
 {
 
+const std::string commonNamespace = "http://www.tolvek.com/deviceid/common";
+const std::string qnetNamespace = "http://www.tolvek.com/deviceid/quennet";
+
 /// A document that both readers accept, with these texts in it. The root's name for the DTD is `d:deviceid`.
 inline std::string identity(const std::string& vel, const std::string& dtd = {}, const std::string& partNumber = "1")
 {
-    return (dtd.empty() ? std::string{} : "<!DOCTYPE d:deviceid [" + dtd + "]>") +
-           "<d:deviceid xmlns:d='http://www.tolvek.com/deviceid/common' "
-           "xmlns:q='http://www.tolvek.com/deviceid/quennet' partNo='" +
-           partNumber + "' serialNo='2' name='3'><d:production location='4' when='2021-03-05T00:00:00'/><q:vel>" + vel +
+    return (dtd.empty() ? std::string{} : "<!DOCTYPE d:deviceid [" + dtd + "]>") + "<d:deviceid xmlns:d='" +
+           commonNamespace + "' xmlns:q='" + qnetNamespace + "' partNo='" + partNumber +
+           "' serialNo='2' name='3'><d:production location='4' when='2021-03-05T00:00:00'/><q:vel>" + vel +
            "</q:vel></d:deviceid>";
 }
 
