@@ -7,7 +7,6 @@
 
 #include <gmock/gmock.h>
 
-#include <csignal>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -103,17 +102,6 @@ TEST_F(EndToEnd, aProviderThatFailsAfterDiscoveryIsADbusError)
     unsetenv("SYSTEMD_BUS_TIMEOUT");
 }
 
-TEST_F(EndToEnd, aStoppedProviderDelaysTheOthersButDoesNotHideThem)
-{
-    const auto healthy = provider("a", {"x=1"});
-    const auto stopped = provider("b", {"y=1"});
-    stopped->stop();
-    EXPECT_EQ(client_->deviceId(kName + "a#x"), "1");
-    EXPECT_TRUE(log().contains(2, "Passing over " + kName + "b: it does not answer"));
-    stopped->signal(SIGCONT);
-    EXPECT_EQ(client_->deviceId(kName + "b#y"), "1");
-}
-
 TEST_F(EndToEnd, discoveryCountsEveryNameOnTheBusAndEveryProvider)
 {
     const auto only = provider("a", {});
@@ -134,14 +122,6 @@ TEST_F(EndToEnd, discoveryCountsEveryNameOnTheBusAndEveryProvider)
                                    "Discovered (4) dbus services overall. Going on only with base name "
                                    "(com.tolvek.orvan.deviceid).",
                                    "Found (1) services with a base name of (com.tolvek.orvan.deviceid)."));
-}
-
-TEST_F(EndToEnd, withoutABusEveryCallIsAnError)
-{
-    bus().kill();
-    EXPECT_THROW(client_->deviceList(), sdbus::Error);
-    EXPECT_THROW(client_->deviceId("a#b"), std::runtime_error);
-    EXPECT_FALSE(client_->setDeviceId("a#b", "<x/>"));
 }
 
 } // namespace

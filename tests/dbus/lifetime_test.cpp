@@ -11,12 +11,10 @@
 #include <algorithm>
 #include <atomic>
 #include <filesystem>
-#include <fstream>
 #include <future>
 #include <iterator>
 #include <memory>
 #include <optional>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -210,14 +208,9 @@ TEST_F(Lifetime, aBusThatEndsIsNoticedAndAnotherOneServesAsWell)
     EXPECT_THAT(client->deviceList(), testing::ElementsAre("com.tolvek.orvan.deviceid.probe#a"));
     bus().kill();
     EXPECT_THROW(client->deviceList(), sdbus::Error);
-    const auto isSaid = [this]
-    {
-        const auto lines = log().lines();
-        return std::any_of(lines.begin(), lines.end(),
-                           [](const auto& line)
-                           { return line.severity == 1 && line.text.rfind("Connection to the bus lost", 0) == 0; });
-    };
-    while (!isSaid())
+    EXPECT_THROW(client->deviceId("a#b"), std::runtime_error);
+    EXPECT_FALSE(client->setDeviceId("a#b", "<x/>"));
+    while (!log().contains(1, "Connection to the bus lost"))
         std::this_thread::yield();
     factory.reset();
 
@@ -226,46 +219,22 @@ TEST_F(Lifetime, aBusThatEndsIsNoticedAndAnotherOneServesAsWell)
     EXPECT_EQ(client->deviceId("com.tolvek.orvan.deviceid.probe#a"), "<a/>");
 }
 
-/// Removes a file at the end, and its folder if that is empty then.
-class FileOfTest
-{
-public:
-    explicit FileOfTest(std::filesystem::path path)
-        : path_{std::move(path)}
-    {
-    }
-    ~FileOfTest()
-    {
-        std::error_code ignored;
-        std::filesystem::remove(path_, ignored);
-        if (path_.parent_path() == "/tmp/deviceid")
-            std::filesystem::remove(path_.parent_path(), ignored);
-    }
-    FileOfTest(const FileOfTest&) = delete;
-    FileOfTest(FileOfTest&&) = delete;
-    FileOfTest& operator=(const FileOfTest&) = delete;
-    FileOfTest& operator=(FileOfTest&&) = delete;
-
-    [[nodiscard]] std::string content() const
-    {
-        std::ostringstream text;
-        text << std::ifstream{path_}.rdbuf();
-        return text.str();
-    }
-
-private:
-    std::filesystem::path path_;
-};
-
 TEST_F(Lifetime, aFactoryConfiguresLoggingOnlyIfNobodyElseHas)
 {
     using Tolvek::Orvan::Log::Configuration;
     const auto name = "test_" + std::to_string(getpid());
-    const FileOfTest all{"/tmp/deviceid/" + name + "_service.log"};
-    const FileOfTest errors{"/var/log/deviceid_" + name + "_service.nv.log"};
+    const std::filesystem::path all = "/tmp/deviceid/" + name + "_service.log";
+    const std::filesystem::path errors = "/var/log/deviceid_" + name + "_service.nv.log";
+    const auto removed = Tests::atEnd(
+        [&]
+        {
+            std::error_code ignored;
+            for (const auto& file : {all, errors, all.parent_path()}) // the folder only if it is empty
+                std::filesystem::remove(file, ignored);
+        });
     {
         const ServiceFactory factory{name, kBusType};
-        EXPECT_EQ(all.content(), "");
+        EXPECT_EQ(Tests::contentOf(all), "");
     }
 
     Configuration::reset();
@@ -273,12 +242,12 @@ TEST_F(Lifetime, aFactoryConfiguresLoggingOnlyIfNobodyElseHas)
     EXPECT_TRUE(Configuration::isInitialized());
     const auto token = addDevice(factory, "broken", []() -> std::string { throw std::runtime_error{"no device"}; });
     readRaw(name, "broken");
-    EXPECT_THAT(all.content(), testing::HasSubstr("+deviceId(id='broken')"));
-    EXPECT_THAT(all.content(), testing::HasSubstr("Error was no device"));
+    EXPECT_THAT(Tests::contentOf(all), testing::HasSubstr("+deviceId(id='broken')"));
+    EXPECT_THAT(Tests::contentOf(all), testing::HasSubstr("Error was no device"));
     if (access("/var/log", W_OK) != 0)
         GTEST_SKIP() << "the second log file needs a user who may write to /var/log";
-    EXPECT_THAT(errors.content(), testing::HasSubstr("Error was no device"));
-    EXPECT_THAT(errors.content(), testing::Not(testing::HasSubstr("+deviceId")));
+    EXPECT_THAT(Tests::contentOf(errors), testing::HasSubstr("Error was no device"));
+    EXPECT_THAT(Tests::contentOf(errors), testing::Not(testing::HasSubstr("+deviceId")));
 }
 
 } // namespace

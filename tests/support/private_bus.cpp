@@ -3,7 +3,6 @@
 #include <cstdlib>
 #include <fstream>
 #include <string_view>
-#include <system_error>
 
 namespace Tests
 {
@@ -52,20 +51,6 @@ std::string configuration(const std::filesystem::path& socket, bool isSystemBus)
 }
 
 } // namespace
-
-TemporaryFolder::TemporaryFolder()
-{
-    auto name = (std::filesystem::temp_directory_path() / "deviceid-test-XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr)
-        throw std::system_error{errno, std::generic_category(), name};
-    path_ = name;
-}
-
-TemporaryFolder::~TemporaryFolder()
-{
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-}
 
 PrivateBus::PrivateBus()
 {

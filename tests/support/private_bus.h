@@ -1,30 +1,13 @@
 #pragma once
 
+#include "files.h"
 #include "process.h"
 
-#include <filesystem>
 #include <memory>
 #include <string>
 
 namespace Tests
 {
-
-/// A folder of its own below the system's temporary folder, removed at the end.
-class TemporaryFolder
-{
-public:
-    TemporaryFolder();
-    ~TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder(TemporaryFolder&&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(TemporaryFolder&&) = delete;
-
-    [[nodiscard]] const std::filesystem::path& path() const noexcept { return path_; }
-
-private:
-    std::filesystem::path path_;
-};
 
 /// A message bus of the test's own. While it lives, it is the system bus and the session bus of this process and of the
 /// processes that it starts.

@@ -1,5 +1,10 @@
 #pragma once
 
+#include <deviceid/info.h>
+#include <deviceid/vel_conversion.h>
+
+#include <cstddef>
+#include <stdexcept>
 #include <string>
 
 namespace Tests
@@ -15,6 +20,32 @@ inline std::string identity(const std::string& vel, const std::string& dtd = {},
            commonNamespace + "' xmlns:q='" + qnetNamespace + "' partNo='" + partNumber +
            "' serialNo='2' name='3'><d:production location='4' when='2021-03-05T00:00:00'/><q:vel>" + vel +
            "</q:vel></d:deviceid>";
+}
+
+/// What reading or writing a text gives: the result or the failure, "refused" for what is no document within limits.
+template <typename Convert>
+std::string outcomeOf(Convert convert)
+{
+    try
+    {
+        return convert();
+    }
+    catch (const std::exception& error)
+    {
+        const bool isRefused = dynamic_cast<const std::invalid_argument*>(&error) != nullptr &&
+                               std::string{error.what()} == "Invalid Device ID XML";
+        return isRefused ? "refused" : error.what();
+    }
+}
+
+inline std::string velIn(const std::string& xml)
+{
+    return outcomeOf([&] { return Tolvek::Orvan::DeviceId::extractVelFromDeviceIdXml(xml); });
+}
+
+inline std::string partNumberIn(const std::string& xml)
+{
+    return outcomeOf([&] { return Tolvek::Orvan::DeviceId::Info::parse(xml).partNumber(); });
 }
 
 inline std::string repeated(std::size_t count, const std::string& text)

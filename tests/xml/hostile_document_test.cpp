@@ -1,27 +1,16 @@
-#include "support/log_capture.h"
-
-#include <deviceid/info.h>
-#include <deviceid/vel_conversion.h>
-
 #include "documents.h"
+
+#include "support/files.h"
+#include "support/log_capture.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
-#include <stdexcept>
 #include <string>
-#include <utility>
 #include <vector>
 
-using Tests::commonNamespace;
-using Tests::identity;
-using Tests::qnetNamespace;
-using Tests::repeated;
-using Tolvek::Orvan::DeviceId::extractVelFromDeviceIdXml;
-using Tolvek::Orvan::DeviceId::Info;
+using namespace Tests;
 using Tolvek::Orvan::DeviceId::velToDeviceIdXml;
 
 namespace
@@ -29,46 +18,10 @@ namespace
 
 const std::string refused = "refused";
 
-template <typename Read>
-std::string outcomeOf(Read read)
-{
-    try
-    {
-        return read();
-    }
-    catch (const std::invalid_argument& error)
-    {
-        const std::string text = error.what();
-        return text == "Invalid Device ID XML" ? refused : text;
-    }
-    catch (const std::runtime_error& error)
-    {
-        return error.what();
-    }
-}
-
-std::string velIn(const std::string& xml)
-{
-    return outcomeOf([&] { return extractVelFromDeviceIdXml(xml); });
-}
-
-std::string partNumberIn(const std::string& xml)
-{
-    return outcomeOf([&] { return Info::parse(xml).partNumber(); });
-}
-
 void expectRefused(const std::string& what, const std::string& xml)
 {
     EXPECT_EQ(velIn(xml), refused) << what;
     EXPECT_EQ(partNumberIn(xml), refused) << what;
-}
-
-std::string contentOf(const std::filesystem::path& file)
-{
-    std::ifstream stream{file, std::ios::binary};
-    std::ostringstream content;
-    content << stream.rdbuf();
-    return content.str();
 }
 
 std::string entity(const std::string& name, const std::string& text)
@@ -111,8 +64,14 @@ TEST(HostileDocument, everyOneOfTheCollectionIsRefusedWithFewWords)
     EXPECT_GT(count, 40U);
 }
 
-TEST(HostileDocument, sizeAloneIsRefusedHoweverItComesAbout)
+TEST(HostileDocument, whatIsNoDocumentOrTooLargeIsRefusedWithoutALogLine)
 {
+    const LogCapture log;
+    for (const std::string& text : {std::string{}, std::string{"VEL/T"}, std::string{"<deviceid>"},
+                                    std::string{"<deviceid name='\x01'/>"}, std::string("\0<deviceid/>", 12)})
+        expectRefused(text, text);
+    EXPECT_TRUE(log.lines().empty());
+
     std::string attributes = "<deviceid";
     for (int i = 0; i < 100'000; ++i)
         attributes.append(" a").append(std::to_string(i)).append("=''");
@@ -213,7 +172,7 @@ TEST(HostileDocument, complaintsEndAfterAFewAndCarryNothingOfTheDocumentToATermi
 
 TEST(VelToXml, aVelThatCouldNotBeReadBackIsRefused)
 {
-    const Tests::LogCapture log;
+    const LogCapture log;
     const auto outcome = [](const std::string& vel) { return outcomeOf([&] { return velToDeviceIdXml(vel); }); };
     const auto refusal = [](std::size_t size) {
         return "deviceIDXMLFromVEL: the document has " + std::to_string(size) +

@@ -1,7 +1,6 @@
-#include <deviceid/info.h>
-#include <deviceid/vel_conversion.h>
-
 #include "documents.h"
+
+#include "support/files.h"
 
 #include <gtest/gtest.h>
 
@@ -13,8 +12,6 @@
 #include <unistd.h>
 
 #include <array>
-#include <exception>
-#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <string>
@@ -22,6 +19,7 @@
 #include <vector>
 
 using Tests::identity;
+using Tests::outcomeOf;
 using Tests::repeated;
 using Tolvek::Orvan::DeviceId::extractVelFromDeviceIdXml;
 using Tolvek::Orvan::DeviceId::Info;
@@ -55,14 +53,9 @@ std::string readPlainly(const std::string& xml)
 
 std::string readGuarded(const std::string& xml)
 {
-    try
-    {
-        return Info::parse(xml).partNumber() + '|' + extractVelFromDeviceIdXml(xml);
-    }
-    catch (const std::exception& error)
-    {
-        return std::string{error.what()} == "Invalid Device ID XML" ? "malformed" : error.what();
-    }
+    const auto outcome =
+        outcomeOf([&] { return Info::parse(xml).partNumber() + '|' + extractVelFromDeviceIdXml(xml); });
+    return outcome == "refused" ? "malformed" : outcome;
 }
 
 std::string declared(const std::string& encoding, const std::string& text)
@@ -107,83 +100,30 @@ std::vector<std::string> documents()
     };
 }
 
-/// Everything that a program can set for the whole process, set as no reader here expects it.
-class OtherDefaults
+/// Sets everything that a program can set for the whole process as no reader here expects it, while the result lives.
+[[nodiscard]] std::shared_ptr<void> otherDefaults()
 {
-public:
-    OtherDefaults()
-    {
-        xmlSetExternalEntityLoader(loadText);
-        exchange();
-    }
-    ~OtherDefaults()
-    {
-        exchange();
-        xmlSetExternalEntityLoader(loader_);
-    }
-    OtherDefaults(const OtherDefaults&) = delete;
-    OtherDefaults(OtherDefaults&&) = delete;
-    OtherDefaults& operator=(const OtherDefaults&) = delete;
-    OtherDefaults& operator=(OtherDefaults&&) = delete;
-
-private:
-    static xmlParserInputPtr loadText(const char* /*url*/, const char* /*id*/, xmlParserCtxtPtr context)
-    {
-        return xmlNewStringInputStream(context, toXml("<!ENTITY none 'loaded'>"));
-    }
-
-    void exchange()
-    {
-        substitute_ = xmlSubstituteEntitiesDefault(substitute_);
-        keepBlanks_ = xmlKeepBlanksDefault(keepBlanks_);
-        pedantic_ = xmlPedanticParserDefault(pedantic_);
-        std::swap(loadDtd_, xmlLoadExtDtdDefaultValue);
-        std::swap(validate_, xmlDoValidityCheckingDefaultValue);
-        std::swap(warnings_, xmlGetWarningsDefaultValue);
-    }
-
-    xmlExternalEntityLoader loader_ = xmlGetExternalEntityLoader();
-    int substitute_ = 1;
-    int keepBlanks_ = 0;
-    int pedantic_ = 1;
-    int loadDtd_ = XML_COMPLETE_ATTRS;
-    int validate_ = 1;
-    int warnings_ = 0;
-};
-
-/// A file in a folder of its own that notices being opened.
-class WatchedFile
-{
-public:
-    WatchedFile()
-    {
-        std::string folder = std::filesystem::temp_directory_path() / "watched-XXXXXX";
-        folder_ = mkdtemp(folder.data());
-        std::ofstream{path()} << "<!ENTITY none 'loaded'>";
-        inotify_add_watch(notifier_, path().c_str(), IN_OPEN);
-    }
-    ~WatchedFile()
-    {
-        close(notifier_);
-        std::filesystem::remove_all(folder_);
-    }
-    WatchedFile(const WatchedFile&) = delete;
-    WatchedFile(WatchedFile&&) = delete;
-    WatchedFile& operator=(const WatchedFile&) = delete;
-    WatchedFile& operator=(WatchedFile&&) = delete;
-
-    [[nodiscard]] std::string path() const { return folder_ / "answer"; }
-
-    [[nodiscard]] bool wasOpened() const
-    {
-        alignas(inotify_event) std::array<char, 4096> events{};
-        return read(notifier_, events.data(), events.size()) > 0;
-    }
-
-private:
-    std::filesystem::path folder_;
-    int notifier_ = inotify_init1(IN_NONBLOCK);
-};
+    auto* const loader = xmlGetExternalEntityLoader();
+    xmlSetExternalEntityLoader([](const char*, const char*, xmlParserCtxtPtr context)
+                               { return xmlNewStringInputStream(context, toXml("<!ENTITY none 'loaded'>")); });
+    const std::array before{xmlSubstituteEntitiesDefault(1),
+                            xmlKeepBlanksDefault(0),
+                            xmlPedanticParserDefault(1),
+                            std::exchange(xmlLoadExtDtdDefaultValue, XML_COMPLETE_ATTRS),
+                            std::exchange(xmlDoValidityCheckingDefaultValue, 1),
+                            std::exchange(xmlGetWarningsDefaultValue, 0)};
+    return Tests::atEnd(
+        [loader, before]
+        {
+            xmlSetExternalEntityLoader(loader);
+            xmlSubstituteEntitiesDefault(before[0]);
+            xmlKeepBlanksDefault(before[1]);
+            xmlPedanticParserDefault(before[2]);
+            xmlLoadExtDtdDefaultValue = before[3];
+            xmlDoValidityCheckingDefaultValue = before[4];
+            xmlGetWarningsDefaultValue = before[5];
+        });
+}
 
 } // namespace
 
@@ -199,21 +139,31 @@ TEST(GuardedParser, settingsOfTheProcessDoNotMatter)
     for (const std::string& document : documents())
     {
         const std::string expected = readGuarded(document);
-        const OtherDefaults changed;
+        const auto changed = otherDefaults();
         EXPECT_EQ(readGuarded(document), expected) << document;
     }
     const std::string plain = identity("&none;", "<!ENTITY % p SYSTEM 'u'>%p;");
-    const OtherDefaults changed;
+    const auto changed = otherDefaults();
     EXPECT_NE(readGuarded(plain), readPlainly(plain)) << "the settings have no effect on anybody";
 }
 
 TEST(GuardedParser, nothingIsOpenedForADocument)
 {
-    const WatchedFile file;
-    std::ifstream{file.path()}.get();
-    ASSERT_TRUE(file.wasOpened());
+    const Tests::TemporaryFolder folder;
+    const std::string file = folder.path() / "answer";
+    std::ofstream{file} << "<!ENTITY none 'loaded'>";
+    const int notifier = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    const auto closed = Tests::atEnd([notifier] { close(notifier); });
+    inotify_add_watch(notifier, file.c_str(), IN_OPEN);
+    const auto wasOpened = [notifier]
+    {
+        std::array<char, 4096> events{};
+        return read(notifier, events.data(), events.size()) > 0;
+    };
+    EXPECT_EQ(Tests::contentOf(file), "<!ENTITY none 'loaded'>");
+    ASSERT_TRUE(wasOpened());
 
-    std::vector<std::string> places{file.path(), "file://" + file.path(), "file://localhost" + file.path()};
+    std::vector<std::string> places{file, "file://" + file, "file://localhost" + file};
     for (const std::string protocol : {"http", "https", "ftp"})
         places.push_back(protocol + "://127.0.0.1:9/answer");
     for (const std::string& place : places)
@@ -232,9 +182,9 @@ TEST(GuardedParser, nothingIsOpenedForADocument)
         for (const std::string& document : references)
         {
             EXPECT_EQ(readGuarded(document), "1|A") << document;
-            const OtherDefaults changed;
+            const auto changed = otherDefaults();
             EXPECT_EQ(readGuarded(document), "1|A") << document;
         }
     }
-    EXPECT_FALSE(file.wasOpened());
+    EXPECT_FALSE(wasOpened());
 }

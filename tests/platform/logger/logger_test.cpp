@@ -9,12 +9,10 @@
 #include <thread>
 #include <utility>
 
-namespace Tests
-{
-
 namespace
 {
 
+using namespace Tests;
 using namespace Tolvek::Orvan::Log;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
@@ -167,5 +165,3 @@ TEST_F(LogFolder, threadsWriteWholeLinesWhileLoggingIsReconfigured)
 }
 
 } // namespace
-
-} // namespace Tests

@@ -7,45 +7,22 @@
 #include <csignal>
 #include <unistd.h>
 
-namespace Tests
-{
-
 namespace
 {
 
+using namespace Tests;
 using namespace Tolvek::Orvan::Log;
 using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::Not;
-
-/// Keeps files from growing past `bytes`.
-class FileSizeLimit
-{
-public:
-    explicit FileSizeLimit(rlim_t bytes)
-    {
-        ::getrlimit(RLIMIT_FSIZE, &previous_);
-        const rlimit limit{bytes, previous_.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-    }
-
-    ~FileSizeLimit() { ::setrlimit(RLIMIT_FSIZE, &previous_); }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit(FileSizeLimit&&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(FileSizeLimit&&) = delete;
-
-private:
-    rlimit previous_{};
-};
 
 TEST_F(LogFolder, eachFileReceivesTheLinesUpToItsSeverity)
 {
     ASSERT_TRUE(logTo(path("new/all.log"), path("errors.log")));
     log(Severity::Error, "broken");
     log(Severity::DetailedTrace, "step");
-    EXPECT_THAT(content(path("new/all.log")), AllOf(HasSubstr(" error - broken\n"), HasSubstr(" detail - step\n")));
-    EXPECT_THAT(content(path("errors.log")), AllOf(HasSubstr("broken"), Not(HasSubstr("step"))));
+    EXPECT_THAT(contentOf(path("new/all.log")), AllOf(HasSubstr(" error - broken\n"), HasSubstr(" detail - step\n")));
+    EXPECT_THAT(contentOf(path("errors.log")), AllOf(HasSubstr("broken"), Not(HasSubstr("step"))));
 }
 
 TEST_F(LogFolder, aMissingFolderIsMadeForEverybodyToLookInto)
@@ -69,7 +46,7 @@ TEST_F(LogFolder, contentIsKeptOnlyWhenAppending)
     {
         ASSERT_TRUE(logTo(path("all.log"), path("errors.log"), append));
         log(Severity::Trace, "line");
-        EXPECT_EQ(lineCount(content(path("all.log"))), expectedLines);
+        EXPECT_EQ(lineCount(contentOf(path("all.log"))), expectedLines);
     }
 }
 
@@ -78,16 +55,16 @@ TEST_F(LogFolder, aFullFileIsRenamedAndBegunAnew)
     std::ofstream{path("all.log.1")} << "older";
     ASSERT_TRUE(logTo(path("all.log"), path("errors.log"), true, 1));
     log(Severity::Trace, std::string(900, 'a'));
-    EXPECT_EQ(content(path("all.log.1")), "older");
+    EXPECT_EQ(contentOf(path("all.log.1")), "older");
     log(Severity::Trace, std::string(900, 'b'));
-    EXPECT_THAT(content(path("all.log.1")), AllOf(HasSubstr("aaa"), HasSubstr("bbb"), Not(HasSubstr("older"))));
-    EXPECT_EQ(content(path("all.log")), "");
+    EXPECT_THAT(contentOf(path("all.log.1")), AllOf(HasSubstr("aaa"), HasSubstr("bbb"), Not(HasSubstr("older"))));
+    EXPECT_EQ(contentOf(path("all.log")), "");
     log(Severity::Trace, "next");
-    EXPECT_EQ(lineCount(content(path("all.log"))), 1U);
+    EXPECT_EQ(lineCount(contentOf(path("all.log"))), 1U);
 
     std::ofstream{path("all.log"), std::ios::app} << std::string(1024, 'c');
     ASSERT_TRUE(logTo(path("all.log"), path("errors.log"), true, 1));
-    EXPECT_THAT(content(path("all.log.1")), HasSubstr("ccc")) << "full already when opened";
+    EXPECT_THAT(contentOf(path("all.log.1")), HasSubstr("ccc")) << "full already when opened";
 }
 
 TEST_F(LogFolder, longTextsAreCutBetweenCharactersAndTheirLengthIsTold)
@@ -98,11 +75,11 @@ TEST_F(LogFolder, longTextsAreCutBetweenCharactersAndTheirLengthIsTold)
     const std::string fits(kArgument, 'a');
     const std::string cut = std::string(kArgument - 3, 'b') + "\U0001F527 and more"; // the cut is behind its third byte
     orvanDoLog(Severity::Trace, "'%s', '%s': the end", nullptr, fits, cut);
-    EXPECT_THAT(content(path("all.log")),
+    EXPECT_THAT(contentOf(path("all.log")),
                 HasSubstr("'" + fits + "', '" + std::string(kArgument - 3, 'b') + "... (24586 bytes)': the end"));
     orvanDoLog(Severity::Error, std::string(kLine - 1, '\n') + "\u00e9", nullptr);
-    EXPECT_THAT(content(path("errors.log")), HasSubstr("\\n\\n... (65537 bytes)\n"));
-    EXPECT_LT(content(path("errors.log")).size(), 3 * kLine);
+    EXPECT_THAT(contentOf(path("errors.log")), HasSubstr("\\n\\n... (65537 bytes)\n"));
+    EXPECT_LT(contentOf(path("errors.log")).size(), 3 * kLine);
 }
 
 TEST_F(LogFolder, writersOfOneFileLoseNothingToEachOther)
@@ -111,8 +88,8 @@ TEST_F(LogFolder, writersOfOneFileLoseNothingToEachOther)
     ASSERT_TRUE(logTo(path("all.log"), path("all.log"), true, 1));
     for (int line = 0; line != 8; ++line)
         log(Severity::Error, std::string(70, 'a'));
-    EXPECT_EQ(lineCount(content(path("all.log.1")) + content(path("all.log"))), 16U);
-    EXPECT_NE(content(path("all.log")), "");
+    EXPECT_EQ(lineCount(contentOf(path("all.log.1")) + contentOf(path("all.log"))), 16U);
+    EXPECT_NE(contentOf(path("all.log")), "");
 }
 
 TEST_F(LogFolder, aRemovedFileIsBegunAnewWithoutLosingTheLine)
@@ -121,24 +98,26 @@ TEST_F(LogFolder, aRemovedFileIsBegunAnewWithoutLosingTheLine)
     log(Severity::Trace, "before");
     std::filesystem::remove(path("all.log"));
     log(Severity::Trace, "after");
-    EXPECT_THAT(content(path("all.log")), AllOf(HasSubstr("after"), Not(HasSubstr("before"))));
+    EXPECT_THAT(contentOf(path("all.log")), AllOf(HasSubstr("after"), Not(HasSubstr("before"))));
 }
 
 TEST_F(LogFolder, aFailingWriteCostsOneLineOnStandardErrorAndThatFile)
 {
     ASSERT_TRUE(logTo(path("all.log"), path("errors.log")));
+    rlimit unlimited{};
+    ::getrlimit(RLIMIT_FSIZE, &unlimited);
+    const rlimit limit{2000, unlimited.rlim_max};
+    ::setrlimit(RLIMIT_FSIZE, &limit);
     ::testing::internal::CaptureStderr();
-    {
-        const FileSizeLimit limit{2000};
-        log(Severity::Trace, std::string(3000, 'x'));
-    }
+    log(Severity::Trace, std::string(3000, 'x'));
+    ::setrlimit(RLIMIT_FSIZE, &unlimited);
     log(Severity::Trace, "again");
     log(Severity::Error, "broken");
     const auto said = ::testing::internal::GetCapturedStderr();
     EXPECT_THAT(said, AllOf(HasSubstr(path("all.log")), HasSubstr("File too large")));
     EXPECT_EQ(lineCount(said), 1U);
-    EXPECT_THAT(content(path("all.log")), Not(HasSubstr("again")));
-    EXPECT_THAT(content(path("errors.log")), HasSubstr("broken"));
+    EXPECT_THAT(contentOf(path("all.log")), Not(HasSubstr("again")));
+    EXPECT_THAT(contentOf(path("errors.log")), HasSubstr("broken"));
 }
 
 TEST_F(LogFolder, aRenameThatFailsCostsThatFile)
@@ -149,7 +128,7 @@ TEST_F(LogFolder, aRenameThatFailsCostsThatFile)
     log(Severity::Trace, std::string(1024, 'x'));
     EXPECT_THAT(::testing::internal::GetCapturedStderr(), HasSubstr("all.log.1"));
     log(Severity::Trace, "again");
-    EXPECT_EQ(lineCount(content(path("all.log"))), 1U);
+    EXPECT_EQ(lineCount(contentOf(path("all.log"))), 1U);
 }
 
 TEST(LoggingDeathTest, aReaderOfStandardErrorThatHasGoneAwayDoesNotEndTheProcess)
@@ -167,5 +146,3 @@ TEST(LoggingDeathTest, aReaderOfStandardErrorThatHasGoneAwayDoesNotEndTheProcess
 }
 
 } // namespace
-
-} // namespace Tests

@@ -6,12 +6,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace Tests
-{
-
 namespace
 {
 
+using namespace Tests;
 using namespace Tolvek::Orvan::Log;
 using ::testing::AllOf;
 using ::testing::HasSubstr;
@@ -41,8 +39,8 @@ protected:
             const auto said = ::testing::internal::GetCapturedStderr();
             EXPECT_THAT(said, AllOf(HasSubstr("'" + refused + "'"), HasSubstr(reason)));
             EXPECT_EQ(lineCount(said), 1U);
-            EXPECT_THAT(content(path("errors.log")), HasSubstr("broken"));
-            EXPECT_EQ(content(victim), "precious");
+            EXPECT_THAT(contentOf(path("errors.log")), HasSubstr("broken"));
+            EXPECT_EQ(contentOf(victim), "precious");
         }
     }
 
@@ -130,7 +128,7 @@ TEST_F(UnsafeLogFile, isNotWrittenToWhenItReplacesAFullOne)
     ::testing::internal::CaptureStderr();
     log(Severity::Trace, std::string(1024, 'x'));
     EXPECT_THAT(::testing::internal::GetCapturedStderr(), HasSubstr("not a regular file"));
-    EXPECT_EQ(content(victim), "precious");
+    EXPECT_EQ(contentOf(victim), "precious");
 }
 
 TEST_F(UnsafeLogFile, isReplacedAndNotFollowedWhenItHasTheNameOfTheOlderFile)
@@ -138,10 +136,8 @@ TEST_F(UnsafeLogFile, isReplacedAndNotFollowedWhenItHasTheNameOfTheOlderFile)
     std::filesystem::create_symlink(victim, file + ".1");
     ASSERT_TRUE(logTo(file, path("errors.log"), true, 1));
     log(Severity::Trace, std::string(1024, 'x'));
-    EXPECT_EQ(content(victim), "precious");
-    EXPECT_THAT(content(file + ".1"), HasSubstr("xxx"));
+    EXPECT_EQ(contentOf(victim), "precious");
+    EXPECT_THAT(contentOf(file + ".1"), HasSubstr("xxx"));
 }
 
 } // namespace
-
-} // namespace Tests
