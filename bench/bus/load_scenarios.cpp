@@ -190,30 +190,46 @@ Findings measureManyClients(const Effort& effort)
 
 Findings measureEndurance(const Effort& effort)
 {
-    const World world{4, 2};
+    World world{4, 1};
+    world.addProvider("provider", {"--vel", "d=VEL/T;U=Probe A;S=0042"});
+    const auto provider = world.last().pid();
     const auto client = Client::make_client(kSession);
-    const auto id = World::busName("p0") + "#d";
-    const auto repeat = [&](std::size_t times)
+    const auto call = callOf("provider");
+    const auto requests = [&](std::size_t times)
     {
         for (std::size_t i = 0; i < times; ++i)
-            client->deviceId(id);
+            client->deviceId(World::busName("p0") + "#d");
     };
-    repeat(effort.calls / 10);
+    const auto calls = [&](std::size_t times)
+    {
+        for (std::size_t i = 0; i < times; ++i)
+            call();
+    };
+    const auto memoryFinding = [](const std::string& what, std::size_t before, std::size_t after) -> Finding
+    {
+        return {"resident memory after " + what + " / before",
+                static_cast<double>(after) / static_cast<double>(before),
+                1.02,
+                true,
+                {{"before_kib", before}, {"after_kib", after}}};
+    };
+    const auto many = effort.calls * 10;
+    requests(effort.calls / 10);
+    calls(many / 10);
     const auto files = openFilesOfThisProcess();
     const auto memory = residentKiBOfThisProcess();
-    repeat(effort.calls);
+    const auto providerMemory = residentKiB(provider);
+    requests(effort.calls);
     const auto filesAfter = openFilesOfThisProcess();
     const auto memoryAfter = residentKiBOfThisProcess();
+    calls(many);
     return {{fmt::format("open files after {} requests / before", effort.calls),
              static_cast<double>(filesAfter) / static_cast<double>(files),
              1,
              true,
              {{"before", files}, {"after", filesAfter}}},
-            {fmt::format("resident memory after {} requests / before", effort.calls),
-             static_cast<double>(memoryAfter) / static_cast<double>(memory),
-             1.02,
-             true,
-             {{"before_kib", memory}, {"after_kib", memoryAfter}}}};
+            memoryFinding(fmt::format("{} requests of a client", effort.calls), memory, memoryAfter),
+            memoryFinding(fmt::format("{} calls to a provider", many), providerMemory, residentKiB(provider))};
 }
 
 } // namespace Bench

@@ -1,4 +1,5 @@
-// What needs a bus and peers: measures the library against baselines on bare sd-bus, on private buses of its own.
+// What has a target: hostile documents, and what needs a bus and peers, measured against baselines on bare sd-bus, on
+// private buses of its own.
 //
 //     bus_bench [--quick] [--json FILE] [SCENARIO...]
 
@@ -50,9 +51,9 @@ Options optionsFrom(const std::vector<std::string>& arguments)
 const std::vector<std::pair<std::string, Findings (*)(const Effort&)>>& scenarios()
 {
     static const std::vector<std::pair<std::string, Findings (*)(const Effort&)>> all{
-        {"discovery", measureDiscovery},      {"curve", measureCurve},          {"fat-peer", measureFatPeer},
-        {"idle-clients", measureIdleClients}, {"stopped", measureStoppedPeers}, {"provider", measureProviderLoad},
-        {"many-clients", measureManyClients}, {"endurance", measureEndurance},
+        {"hostile", measureHostileDocuments}, {"discovery", measureDiscovery},      {"curve", measureCurve},
+        {"fat-peer", measureFatPeer},         {"idle-clients", measureIdleClients}, {"stopped", measureStoppedPeers},
+        {"provider", measureProviderLoad},    {"many-clients", measureManyClients}, {"endurance", measureEndurance},
     };
     return all;
 }

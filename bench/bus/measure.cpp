@@ -92,12 +92,17 @@ std::size_t openFilesOfThisProcess()
     return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator{"/proc/self/fd"}, {}));
 }
 
-std::size_t residentKiBOfThisProcess()
+std::size_t residentKiB(pid_t process)
 {
     std::size_t total = 0;
     std::size_t resident = 0;
-    std::ifstream{"/proc/self/statm"} >> total >> resident;
+    std::ifstream{"/proc/" + std::to_string(process) + "/statm"} >> total >> resident;
     return resident * static_cast<std::size_t>(sysconf(_SC_PAGESIZE)) / 1024;
+}
+
+std::size_t residentKiBOfThisProcess()
+{
+    return residentKiB(getpid());
 }
 
 } // namespace Bench

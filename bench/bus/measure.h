@@ -38,6 +38,7 @@ Comparison compareCircumstances(std::size_t rounds, const Task& task,
 Microseconds cpuTimeOf(pid_t process);
 
 std::size_t openFilesOfThisProcess();
+std::size_t residentKiB(pid_t process);
 std::size_t residentKiBOfThisProcess();
 
 } // namespace Bench

@@ -30,6 +30,8 @@ struct Effort
     std::size_t calls;
 };
 
+/// No bus, no peers.
+Findings measureHostileDocuments(const Effort& effort);
 Findings measureDiscovery(const Effort& effort);
 /// More sizes of bus, for the plot and for the model of the cost.
 Findings measureCurve(const Effort& effort);
