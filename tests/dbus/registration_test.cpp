@@ -119,12 +119,15 @@ TEST_F(Registration, aServiceWhoseObjectIsGoneAnswersWithErrors)
     EXPECT_EQ(proxy.setDeviceId("x", ""), 3);
 }
 
-TEST_F(Registration, anErrorWithAnImpossibleNameIsStillAReply)
+TEST_F(Registration, anErrorWithAnImpossibleNameOrTextIsStillAReply)
 {
     class Broken : public ServiceIfc
     {
         std::vector<std::string> deviceList() override { throw sdbus::Error{"", "no name"}; }
-        std::shared_ptr<Data> deviceId(const std::string& id) const override { throw sdbus::Error{id, "odd name"}; }
+        std::shared_ptr<Data> deviceId(const std::string& id) const override
+        {
+            throw sdbus::Error{id, "odd \xff name"};
+        }
         int setDeviceId(const std::string& /*id*/, const std::string& /*xml*/) override { throw std::logic_error{"x"}; }
         std::string name() const override { return {}; }
     };
@@ -133,8 +136,8 @@ TEST_F(Registration, anErrorWithAnImpossibleNameIsStillAReply)
     auto proxy = client("com.tolvek.orvan.deviceid.probe");
     EXPECT_THAT(proxy.deviceList(), ElementsAre(""));
     for (const auto* name : {"a", "a..b", "a.1", ".a.b", "a.b.", "a.b-c"})
-        EXPECT_EQ(proxy.deviceId(name)->xml, "[org.freedesktop.DBus.Error.Failed] odd name") << name;
-    EXPECT_EQ(proxy.deviceId("com.example.Error_1")->xml, "[com.example.Error_1] odd name");
+        EXPECT_EQ(proxy.deviceId(name)->xml, "[org.freedesktop.DBus.Error.Failed] odd ? name") << name;
+    EXPECT_EQ(proxy.deviceId("com.example.Error_1")->xml, "[com.example.Error_1] odd ? name");
     EXPECT_EQ(proxy.setDeviceId("a", "x"), 3);
 }
 

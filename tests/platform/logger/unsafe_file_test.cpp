@@ -66,6 +66,7 @@ TEST_F(UnsafeLogFile, isRefusedWhenItIsNoRegularFile)
 {
     ASSERT_EQ(::mkfifo(file.c_str(), 0600), 0);
     expectRefused(file, "not a regular file");
+    expectRefused(file + "/all.log", "no folder");
     const int reader = ::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     expectRefused(file, "not a regular file");
     ::close(reader);
