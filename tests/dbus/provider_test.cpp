@@ -160,6 +160,9 @@ TEST_F(Provider, whatCannotTravelIsSaidOnceInTheLogAndCostsNobodyElse)
 
 TEST_F(Provider, aListThatIsTooLongForTheBusLosesItsEndAndNotTheProvider)
 {
+#ifdef __SANITIZE_THREAD__
+    GTEST_SKIP() << "the thread sanitizer copies the whole message for each part of it that arrives";
+#endif
     std::vector<std::unique_ptr<TokenIfc>> tokens;
     for (char number = 'a'; number < 'a' + 25; ++number)
         tokens.push_back(add(number + std::string(2UL * 1024 * 1024 - 8 - 1, 'x'), [] { return "<x/>"; }));

@@ -117,7 +117,6 @@ TEST(RegistryLock, aDeviceFunctionThatCallsBackFailsInsteadOfWaitingForItself)
         false, "detour", [&] { return registry->deviceId("other")->xml; }, discard);
     const auto throughIt = registry->addDeviceId(
         false, "through", [&] { return std::to_string(second.deviceId("detour")->status); }, discard);
-    EXPECT_EQ(second.deviceId("detour")->status, 0);
     EXPECT_EQ(registry->deviceId("through")->xml, "2") << "by way of another registry";
     EXPECT_EQ(registry->deviceId("drops")->status, 0);
     EXPECT_EQ(registry->deviceId("other")->xml, "<other/>") << "a device stays when its token could not take it out";
