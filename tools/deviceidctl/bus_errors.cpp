@@ -1,6 +1,7 @@
 #include "bus_errors.h"
 
 #include <cstdlib>
+#include <string_view>
 
 namespace Tolvek::Orvan::DeviceId::Tools::Ctl
 {
@@ -32,6 +33,15 @@ std::string addressOf(BusType bus)
 bool contains(const std::string& text, const char* part)
 {
     return text.find(part) != std::string::npos;
+}
+
+/// The error itself within a log line that ends "with (error)".
+std::string causeIn(const std::string& text)
+{
+    constexpr std::string_view kStart = "with (";
+    const auto start = text.find(kStart);
+    const bool isQuoted = start != std::string::npos && text.back() == ')';
+    return isQuoted ? text.substr(start + kStart.size(), text.size() - start - kStart.size() - 1) : text;
 }
 
 } // namespace
@@ -68,7 +78,7 @@ Failure failedCall(const std::string& attempt, const std::string& errorText)
         return {Failed, "no-reply", attempt + ": the provider does not answer: is it stopped, or its device stuck?"};
     if (contains(errorText, "ServiceUnknown") || contains(errorText, "NameHasNoOwner"))
         return {Failed, "provider-gone", attempt + ": the provider has gone: is it still running?"};
-    return {Failed, "call", attempt + ": " + (errorText.empty() ? "the call failed" : errorText)};
+    return {Failed, "call", attempt + ": " + (errorText.empty() ? "the call failed" : causeIn(errorText))};
 }
 
 } // namespace Tolvek::Orvan::DeviceId::Tools::Ctl

@@ -17,20 +17,18 @@ int report(const Failure& failure, bool asJson)
     return failure.exitCode();
 }
 
-int run(const Options& options)
+int run(int argc, char** argv)
 {
     try
     {
+        const auto options = parseOptions(argc, argv);
         LibraryLog::install(options.verbosity);
         return options.command(options);
     }
-    catch (const Failure& failure)
+    catch (const HelpRequest& help)
     {
-        return report(failure, options.json);
-    }
-    catch (const std::exception& error)
-    {
-        return report({Failed, "internal", error.what()}, options.json);
+        writeToStandardOutput(help.text);
+        return Done;
     }
 }
 
@@ -40,15 +38,14 @@ int main(int argc, char** argv)
 {
     try
     {
-        return run(parseOptions(argc, argv));
-    }
-    catch (const HelpRequest& help)
-    {
-        writeToStandardOutput(help.text);
-        return Done;
+        return run(argc, argv);
     }
     catch (const Failure& failure)
     {
         return report(failure, asksForJson(argc, argv));
+    }
+    catch (const std::exception& error)
+    {
+        return report({Failed, "internal", error.what()}, asksForJson(argc, argv));
     }
 }

@@ -46,7 +46,7 @@ struct HelpRequest
 /// \throws HelpRequest, Failure
 Options parseOptions(int argc, const char* const* argv);
 
-/// Whether a command line that could not be understood asks for JSON.
+/// Whether a command line asks for JSON, even if it cannot be understood.
 bool asksForJson(int argc, const char* const* argv);
 
 } // namespace Tolvek::Orvan::DeviceId::Tools::Ctl
