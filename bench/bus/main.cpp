@@ -54,6 +54,7 @@ const std::vector<std::pair<std::string, Findings (*)(const Effort&)>>& scenario
         {"hostile", measureHostileDocuments}, {"discovery", measureDiscovery},      {"curve", measureCurve},
         {"fat-peer", measureFatPeer},         {"idle-clients", measureIdleClients}, {"stopped", measureStoppedPeers},
         {"provider", measureProviderLoad},    {"many-clients", measureManyClients}, {"endurance", measureEndurance},
+        {"start-up", measureStartUp},
     };
     return all;
 }

@@ -41,5 +41,7 @@ Findings measureStoppedPeers(const Effort& effort);
 Findings measureProviderLoad(const Effort& effort);
 Findings measureManyClients(const Effort& effort);
 Findings measureEndurance(const Effort& effort);
+/// Whole processes that read one device.
+Findings measureStartUp(const Effort& effort);
 
 } // namespace Bench
