@@ -25,16 +25,17 @@ TEST(CtlOffline, convertsAndValidates)
     setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nowhere", 1);
 
     const auto xml = Tolvek::Orvan::DeviceId::velToDeviceIdXml(kVel);
-    const auto oddTime = "<deviceid partNo='' serialNo='' name=''><production location='' when='now'/></deviceid>";
-    const struct
+    const std::string oddTime =
+        "<deviceid partNo='' serialNo='' name=''><production location='' when='now'/></deviceid>";
+    struct Row
     {
         Arguments arguments;
         std::string input;
         int exitCode;
         std::string output;
         std::string error;
-    } rows[] = {
-        // NOLINT(*-avoid-c-arrays)
+    };
+    const std::vector<Row> rows{
         {{"convert", "-", "--to", "xml"}, kVel + "\n", 0, xml, ""},
         {{"convert", "in", "--to", "vel"}, xml, 0, kVel, ""},
         {{"convert", "in", "--to=vel"}, kVel + "\n", 0, kVel, ""},

@@ -135,7 +135,7 @@ TEST_F(CtlReading, whatDevicesSayCannotDriveATerminal)
     {
         return FakeProvider::Answer{
             0,
-            "<deviceid partNo='\xC2\x9B\x31m' serialNo='1&#10;2' name='\xE2\x80\xAEx'><production location='&#9;' "
+            "<deviceid partNo='\xC2\x9B\x31m' serialNo='1&#10;2' name='&#x202E;x'><production location='&#9;' "
             "when='2021-03-05T00:00:00'/></deviceid>",
             false};
     };
