@@ -211,8 +211,9 @@ TEST(Token, survivesARemovalThatFailsAndSaysSo)
     };
     const auto contribution = std::make_shared<Contribution>(false, "a", readNothing, ignore);
     const LogCapture log;
-    Token(contribution, std::make_shared<FailingManager>([] { throw std::invalid_argument("%s!"); }));
-    Token(contribution, std::make_shared<FailingManager>([] { throw 5; }));
+    for (const std::function<void()>& failure :
+         {std::function<void()>{[] { throw std::invalid_argument("%s!"); }}, std::function<void()>{[] { throw 5; }}})
+        const Token failing{contribution, std::make_shared<FailingManager>(failure)};
     EXPECT_EQ(log.count(1, "Could not remove a device id contribution"), 2U);
     EXPECT_TRUE(log.contains(1, "%s!"));
     EXPECT_EQ(contribution.use_count(), 1);
