@@ -1,4 +1,5 @@
 #include "deviceid-provider/command_line.h"
+#include "deviceid-provider/configuration_file.h"
 
 #include "common/input.h"
 #include "support/process.h"
@@ -70,6 +71,19 @@ TEST(ProviderDocuments, manualPagesHaveTheOptionsAndKeysOfTheProgram)
     const auto page = Tools::readInput(DIST "/man/deviceid-provider.1");
     for (const int code : {Provider::kSuccess, Provider::kFailure, Provider::kWrongUse})
         EXPECT_THAT(page, testing::HasSubstr(".TP\n" + std::to_string(code) + "\n"));
+}
+
+TEST(ProviderDocuments, examplesAreRightConfigurations)
+{
+    std::vector<Provider::Problem> problems;
+    Provider::interpret(Provider::readConfiguration(DIST "/config/example.toml", problems), problems);
+    auto page = Tools::readInput(DIST "/man/deviceid-provider.toml.5");
+    page = page.substr(page.find(".nf\n") + 4);
+    page.erase(std::remove(page.begin(), page.end(), '\\'), page.end());
+    const auto example = page.substr(0, page.find(".fi\n"));
+    EXPECT_EQ(Provider::interpret(Provider::parseConfiguration(example, "page", problems), problems).devices.size(),
+              2U);
+    EXPECT_TRUE(problems.empty()) << toString(problems.front());
 }
 
 TEST(ProviderDocuments, completionOffersTheOptionsKeysAndValuesOfTheProgram)
