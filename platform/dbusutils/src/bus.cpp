@@ -1,5 +1,7 @@
 #include "bus.h"
 
+#include <logger/logger.h>
+
 #include <algorithm>
 #include <array>
 #include <chrono>
@@ -12,6 +14,8 @@ namespace Tolvek::Orvan::Utils::BusConnection::Dbus
 namespace
 {
 
+using Log::orvanDoLog;
+using Log::Severity;
 using std::chrono::milliseconds;
 
 /// Pauses between attempts: half a second in all, far more than a bus takes to forget a closed connection.
@@ -19,11 +23,6 @@ constexpr std::array kRetryPauses{milliseconds{1},  milliseconds{4},   milliseco
                                   milliseconds{60}, milliseconds{140}, milliseconds{280}};
 /// No attempt begins later: one to a bus that has stopped takes the D-Bus library's minute and a half.
 constexpr milliseconds kRetryTime{2000};
-
-std::unique_ptr<sdbus::IConnection> openOnce(BusType type)
-{
-    return type == BusType::System ? sdbus::createSystemBusConnection() : sdbus::createSessionBusConnection();
-}
 
 /// A bus that is full drops the new connection during or right after the handshake; one that is not there does not
 /// even accept it.
@@ -41,6 +40,11 @@ bool mayPass(const sdbus::Error& error)
 
 } // namespace
 
+std::unique_ptr<sdbus::IConnection> tryOpenBus(BusType type)
+{
+    return type == BusType::System ? sdbus::createSystemBusConnection() : sdbus::createSessionBusConnection();
+}
+
 std::unique_ptr<sdbus::IConnection> openBus(BusType type)
 {
     const auto last = std::chrono::steady_clock::now() + kRetryTime;
@@ -48,16 +52,17 @@ std::unique_ptr<sdbus::IConnection> openBus(BusType type)
     {
         try
         {
-            return openOnce(type);
+            return tryOpenBus(type);
         }
         catch (const sdbus::Error& error)
         {
+            orvanDoLog(Severity::DetailedTrace, "The bus takes no connection: %s", {}, error.what());
             if (!mayPass(error) || std::chrono::steady_clock::now() > last)
                 throw;
         }
         std::this_thread::sleep_for(pause);
     }
-    return openOnce(type);
+    return tryOpenBus(type);
 }
 
 } // namespace Tolvek::Orvan::Utils::BusConnection::Dbus

@@ -16,4 +16,7 @@ namespace Tolvek::Orvan::Utils::BusConnection::Dbus
 /// \throws sdbus::Error if no connection can be made
 std::unique_ptr<sdbus::IConnection> openBus(BusType type);
 
+/// The same in one attempt, for whoever can go on without the connection.
+std::unique_ptr<sdbus::IConnection> tryOpenBus(BusType type);
+
 } // namespace Tolvek::Orvan::Utils::BusConnection::Dbus

@@ -14,40 +14,35 @@
 //    no answer has described yet.
 //
 // All questions are open at the same time, sent and answered on the calling thread; the peers take turns, so that one
-// with many objects does not hold up the others. A window keeps the number of questions in flight at 32. A question
-// that has waited some milliseconds no longer counts against the window: its peer may be silent for good, and the
-// others must not queue behind it. The bus counts it all the same, and refuses when a connection has too many open;
-// before that point is reached, the remaining questions move to one more connection. If the bus has none left, those
-// that no question fits in for are passed over. A question that the bus refuses is asked again.
+// with many objects does not hold up the others. A window keeps the number of questions in flight at 32. When it is
+// full and nothing has come for some milliseconds, whoever is asked may be silent for good, and the others must not
+// queue behind them: the questions open by then no longer count. The bus counts them all the same, and refuses when a
+// connection has too many open; before that point is reached, the remaining questions move to one more connection. If
+// the bus has none left, they wait until answers make room, and their peers are passed over when no more can come. A
+// question that the bus refuses is asked again.
 //
 // A peer may take its time, but not without progress: one of this platform 2 s, any other 250 ms, counted from the
 // question that it is asked and anew from each answer. Then it is passed over, with a line that names it. The waits of
 // all peers run at the same time, so any number of silent peers costs one such wait. A peer that disappears, refuses to
 // be asked, answers something other than introspection XML, or exceeds a limit of discovery_limits.h is passed over as
-// well. What it had said before is dropped: the result must not depend on the order of answers.
+// well. What it had said before is dropped: the result must not depend on the order of answers. When nobody at all has
+// answered, the bus itself is asked whether it is still there: an empty result would be a lie if it is not.
 
 #include "discovery.h"
 
 #include "discovery_limits.h"
 #include "introspection.h"
 #include "peer.h"
-#include "question_lane.h"
+#include "question_lanes.h"
 
 #include <busconnection/common_path.h>
 
 #include <logger/logger.h>
 
 #include <algorithm>
-#include <array>
-#include <cerrno>
 #include <chrono>
-#include <cstring>
-#include <list>
 #include <string_view>
-#include <system_error>
 #include <utility>
-
-#include <poll.h>
 
 namespace Tolvek::Orvan::Utils::BusConnection::Dbus
 {
@@ -59,11 +54,6 @@ using Log::orvanDoLog;
 using Log::Severity;
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
-
-/// Errors by which the bus says that the owner of a name has gone, while a question was open or before.
-constexpr std::string_view kLeftWithQuestionOpen = "org.freedesktop.DBus.Error.NoReply";
-constexpr std::array<std::string_view, 3> kPeerIsGone{
-    kLeftWithQuestionOpen, "org.freedesktop.DBus.Error.ServiceUnknown", "org.freedesktop.DBus.Error.NameHasNoOwner"};
 
 bool isAskable(const std::string& name)
 {
@@ -85,40 +75,34 @@ std::string mirrorOf(std::string name)
 class Discovery
 {
 public:
-    Discovery(std::shared_ptr<sdbus::IConnection> connection,
-              const std::function<std::shared_ptr<sdbus::IConnection>()>& openConnection,
+    Discovery(std::shared_ptr<sdbus::IConnection> connection, const QuestionLanes::Opener& openConnection,
               const std::string& interfaceName)
-        : openConnection_{openConnection}
-        , interfaceName_{interfaceName}
+        : interfaceName_{interfaceName}
+        , lanes_{std::move(connection), openConnection,
+                 [this](const Question& question, const Answer& answer) { onAnswer(question, answer); }}
     {
-        addLane(std::move(connection));
     }
 
     std::map<std::string, std::vector<std::string>> run(const std::vector<std::string>& names)
     {
         enquireAboutFirstPlaces(names);
-        while (isAnyPeerOpen())
+        while (isAnyPeer(&Peer::isOpen))
         {
             const auto now = Clock::now();
             fillWindow(now);
-            waitForTraffic(now);
+            if (isOutOfRoom_ && !isAnyPeer(&Peer::isBeingAsked))
+                passOverUnasked();
+            lanes_.wait(std::chrono::ceil<milliseconds>(nextEvent(now) - Clock::now()));
             const auto judgement = Clock::now(); // before the answers are read: what has arrived by now is in time
-            for (auto& lane : lanes_)
-                lane.takeAnswers();
+            lanes_.takeAnswers();
             passOverSilentPeers(judgement);
         }
-        if (sawLostPeer_)
-            lanes_.front().requireBus();
+        if (!peers_.empty() && !hasAnyoneAnswered_)
+            lanes_.requireBus();
         return result();
     }
 
 private:
-    void addLane(std::shared_ptr<sdbus::IConnection> connection)
-    {
-        lanes_.emplace_back(std::move(connection),
-                            [this](const Question& question, const Answer& answer) { onAnswer(question, answer); });
-    }
-
     void enquireAboutFirstPlaces(const std::vector<std::string>& names)
     {
         const auto prefix = interfaceName_.substr(0, interfaceName_.rfind('.'));
@@ -140,88 +124,62 @@ private:
         }
     }
 
-    [[nodiscard]] bool isAnyPeerOpen() const
+    [[nodiscard]] bool isAnyPeer(bool (Peer::*is)() const noexcept) const
     {
-        return std::any_of(peers_.begin(), peers_.end(), [](const Peer& peer) { return peer.isOpen(); });
+        return std::any_of(peers_.begin(), peers_.end(), [is](const Peer& peer) { return (peer.*is)(); });
     }
 
     /// Lets the peers take turns, from where the last round ended, until the window is full or nobody may be asked. A
     /// peer is asked all that it may be asked in one go: it answers that in one go, too, and is woken only once.
     void fillWindow(Clock::time_point now)
     {
-        auto inFlight = questionsInFlight(now);
-        for (std::size_t i = 0; i < peers_.size() && inFlight < kWindow; ++i)
+        disregardIfStalled(now);
+        auto inFlight = lanes_.openSince(windowBegin_);
+        isWindowFull_ = false;
+        isOutOfRoom_ = false;
+        for (std::size_t i = 0; i < peers_.size(); ++i)
         {
-            while (inFlight < kWindow && peers_[turn_].mayBeAsked(now))
+            auto& peer = peers_[turn_];
+            for (; peer.mayBeAsked(now) && askedInTurn_ < kMaxOpenPerPeer; ++askedInTurn_, ++inFlight)
             {
-                if (ask(turn_, now))
-                    ++inFlight;
+                isWindowFull_ = inFlight >= kWindow;
+                isOutOfRoom_ = !isWindowFull_ && !lanes_.haveRoom();
+                if (isWindowFull_ || isOutOfRoom_)
+                    return;
+                lanes_.ask({turn_, peer.ask(now)}, peer.name(), now);
+                progress_ = now;
             }
-            if (inFlight < kWindow)
-                turn_ = (turn_ + 1) % peers_.size();
+            askedInTurn_ = 0;
+            turn_ = (turn_ + 1) % peers_.size();
         }
-        isWindowFull_ = inFlight >= kWindow;
     }
 
-    [[nodiscard]] std::size_t questionsInFlight(Clock::time_point now) const
+    /// What is open while nothing comes is left out of the count. A bus that is merely slow keeps its window.
+    void disregardIfStalled(Clock::time_point now)
     {
-        std::size_t count = 0;
-        for (const auto& lane : lanes_)
-            count += lane.openSince(now - kInFlight);
-        return count;
-    }
-
-    bool ask(std::size_t peer, Clock::time_point now)
-    {
-        if (!lanes_.back().hasRoom() && !openLane())
-        {
-            peers_[peer].passOver("the bus has no connection left on which to ask it");
-            return false;
-        }
-        lanes_.back().ask({peer, peers_[peer].ask(now)}, peers_[peer].name(), now);
-        return true;
-    }
-
-    /// False when the bus is full. It is tried only once: it takes its time, which all peers would wait for.
-    bool openLane()
-    {
-        if (isBusFull_)
-            return false;
-        try
-        {
-            addLane(openConnection_());
-        }
-        catch (const sdbus::Error& error)
-        {
-            orvanDoLog(Severity::Warning, "No further connection to the bus: %s", {}, error.what());
-            isBusFull_ = true;
-        }
-        return !isBusFull_;
+        if (!isWindowFull_ || now < progress_ + kStall)
+            return;
+        windowBegin_ = now;
+        progress_ = now;
     }
 
     void onAnswer(const Question& question, const Answer& answer)
     {
+        const auto now = Clock::now();
+        progress_ = now;
+        hasAnyoneAnswered_ = hasAnyoneAnswered_ || answer.kind != Answer::Kind::Gone;
         auto& peer = peers_[question.peer];
         if (peer.isPassedOver())
             return;
-        if (answer.isRefusal)
-            return peer.refused(question.place, Clock::now());
-        peer.answered(Clock::now());
-        if (answer.error != nullptr)
-            return onError(peer, *answer.error);
-        onText(peer, question.place, answer.xml);
-    }
-
-    /// Most peers answer that they have no such object, which is as good an answer as any. One that has left takes back
-    /// what it had said. When the bus itself goes, all open questions end as if their peers had gone.
-    void onError(Peer& peer, const sdbus::Error& error)
-    {
-        orvanDoLog(Severity::DetailedTrace, "%s: %s", {}, peer.name(), error.what());
-        const auto isGone = std::find(kPeerIsGone.begin(), kPeerIsGone.end(), error.getName()) != kPeerIsGone.end();
-        if (!isGone)
-            return;
-        peer.leave();
-        sawLostPeer_ = sawLostPeer_ || error.getName() == kLeftWithQuestionOpen;
+        if (answer.kind == Answer::Kind::Refusal)
+            return peer.refused(question.place, now);
+        peer.answered(now);
+        if (answer.kind == Answer::Kind::Text)
+            return onText(peer, question.place, answer.xml);
+        // Most peers answer that they have no such object, which is as good an answer as any.
+        orvanDoLog(Severity::DetailedTrace, "%s: %s", {}, peer.name(), answer.error->what());
+        if (answer.kind == Answer::Kind::Gone)
+            peer.leave();
     }
 
     void onText(Peer& peer, const Place& place, std::string_view xml) const
@@ -239,41 +197,29 @@ private:
         for (auto& peer : peers_)
         {
             if (now >= peer.deadline())
-                peer.passOverForSilence();
+                peer.passOverInTime(now);
         }
     }
 
-    void waitForTraffic(Clock::time_point now) const
+    void passOverUnasked()
     {
-        auto wait =
-            std::max<milliseconds::rep>(std::chrono::ceil<milliseconds>(nextEvent(now) - Clock::now()).count(), 0);
-        std::vector<pollfd> descriptors;
-        for (const auto& lane : lanes_)
+        for (auto& peer : peers_)
         {
-            const auto data = lane.pollData();
-            descriptors.push_back({data.fd, data.events, 0});
-            // Zero when a message has been read already: the descriptor would not show that.
-            if (const auto timeout = data.getPollTimeout(); timeout >= 0)
-                wait = std::min<milliseconds::rep>(wait, timeout);
+            if (peer.isOpen())
+                peer.passOver("the bus has no connection left on which to ask it");
         }
-        if (poll(descriptors.data(), descriptors.size(), static_cast<int>(wait)) < 0 && errno != EINTR)
-            throw std::system_error{errno, std::generic_category(), "Could not wait for answers"};
     }
 
     /// When something is to be done even if no answer comes.
     [[nodiscard]] Clock::time_point nextEvent(Clock::time_point now) const
     {
-        auto next = now + kPlatformPatience;
+        auto next = isWindowFull_ ? progress_ + kStall : now + kPlatformPatience;
         for (const auto& peer : peers_)
         {
             next = std::min(next, peer.deadline());
-            if (!isWindowFull_)
+            if (!isWindowFull_ && !isOutOfRoom_)
                 next = std::min(next, peer.nextTurn());
         }
-        if (!isWindowFull_)
-            return next;
-        for (const auto& lane : lanes_)
-            next = std::min(next, lane.oldestSince(now - kInFlight, next) + kInFlight);
         return next;
     }
 
@@ -288,22 +234,24 @@ private:
         return found;
     }
 
-    const std::function<std::shared_ptr<sdbus::IConnection>()>& openConnection_;
     const std::string& interfaceName_;
     std::vector<Peer> peers_;
-    std::size_t turn_ = 0; ///< whose turn it is to be asked
+    std::size_t turn_ = 0;                                     ///< whose turn it is to be asked
+    std::size_t askedInTurn_ = 0;                              ///< how much it has been asked in this turn
+    Clock::time_point windowBegin_ = Clock::time_point::min(); ///< questions asked before it are not counted
+    Clock::time_point progress_;                               ///< of the last question or answer
     bool isWindowFull_ = false;
-    bool isBusFull_ = false;
-    bool sawLostPeer_ = false;
-    std::list<QuestionLane> lanes_;
+    bool isOutOfRoom_ = false;
+    bool hasAnyoneAnswered_ = false;
+    QuestionLanes lanes_;
 };
 
 } // namespace
 
-std::map<std::string, std::vector<std::string>>
-discover(const std::shared_ptr<sdbus::IConnection>& connection,
-         const std::function<std::shared_ptr<sdbus::IConnection>()>& openConnection,
-         const std::vector<std::string>& names, const std::string& interfaceName)
+std::map<std::string, std::vector<std::string>> discover(const std::shared_ptr<sdbus::IConnection>& connection,
+                                                         const QuestionLanes::Opener& openConnection,
+                                                         const std::vector<std::string>& names,
+                                                         const std::string& interfaceName)
 {
     return Discovery{connection, openConnection, interfaceName}.run(names);
 }

@@ -9,8 +9,8 @@ namespace Tolvek::Orvan::Utils::BusConnection::Dbus
 
 /// Questions that are in flight at the same time: enough to keep the bus busy, too few to flood it.
 constexpr std::size_t kWindow = 32;
-/// A question that has waited longer than this for its answer does not count against the window any more.
-constexpr std::chrono::milliseconds kInFlight{8};
+/// A full window without an answer for so long is waiting for silent peers.
+constexpr std::chrono::milliseconds kStall{8};
 
 /// Open questions on one connection, given-up ones included. A system bus refuses the 129th, and the call that follows
 /// the discovery needs room too.
@@ -36,5 +36,6 @@ constexpr int kPatiencesInAll = 8;
 constexpr std::size_t kMaxAnswerBytes = 256UL * 1024;
 constexpr std::size_t kMaxDepth = 16;
 constexpr std::size_t kMaxObjectsPerPeer = 1024;
+constexpr std::size_t kMaxPathBytes = 1024;
 
 } // namespace Tolvek::Orvan::Utils::BusConnection::Dbus

@@ -83,7 +83,7 @@ Factory::ObjectsByName Factory::objectsImplementing(const std::string& interface
         serviceNames();
     const auto names = *std::exchange(freshNames_, std::nullopt);
     return discover(
-        connection_, [this] { return openBus(type_); }, names, interfaceName);
+        connection_, [this] { return tryOpenBus(type_); }, names, interfaceName);
 }
 
 Factory::DispatchPause::DispatchPause(Factory& factory)

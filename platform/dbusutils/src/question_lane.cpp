@@ -3,6 +3,8 @@
 #include "discovery_limits.h"
 
 #include <algorithm>
+#include <array>
+#include <string_view>
 #include <utility>
 
 namespace Tolvek::Orvan::Utils::BusConnection::Dbus
@@ -14,6 +16,14 @@ namespace
 /// Longer than any question stays open, in microseconds: the asker gives up by its own clock, which knows progress
 /// from silence.
 constexpr std::uint64_t kNoTimeout = 3'600'000'000;
+
+/// Whose word counts when it is about the connection or about who is on the bus; a peer can answer any error.
+constexpr std::string_view kBus = "org.freedesktop.DBus";
+constexpr std::string_view kRefused = "org.freedesktop.DBus.Error.LimitsExceeded";
+/// The owner of the name left with the question open, or the name has no owner.
+constexpr std::array<std::string_view, 3> kGone{"org.freedesktop.DBus.Error.NoReply",
+                                                "org.freedesktop.DBus.Error.ServiceUnknown",
+                                                "org.freedesktop.DBus.Error.NameHasNoOwner"};
 
 /// The text of an answer; empty if it is something other than a text.
 const char* textOf(sdbus::MethodReply& reply)
@@ -56,7 +66,8 @@ void QuestionLane::settle(Open& open, sdbus::MethodReply& reply, const sdbus::Er
     open.isAnswered = true;
     try
     {
-        onAnswer_(open.question, error != nullptr ? answerOf(*error) : Answer{textOf(reply)});
+        onAnswer_(open.question,
+                  error != nullptr ? answerOf(reply, *error) : Answer{Answer::Kind::Text, textOf(reply), nullptr});
     }
     catch (...)
     {
@@ -86,29 +97,26 @@ void QuestionLane::forgetAnswered()
 void QuestionLane::requireBus() const
 {
     const auto bus = sdbus::createProxy(*connection_, "org.freedesktop.DBus", "/org/freedesktop/DBus");
-    bus->callMethod("GetId").onInterface("org.freedesktop.DBus");
+    bus->callMethod("GetId").onInterface("org.freedesktop.DBus").withTimeout(kPlatformPatience);
 }
 
 std::size_t QuestionLane::openSince(Clock::time_point since) const
 {
     return static_cast<std::size_t>(
-        std::count_if(open_.begin(), open_.end(), [since](const Open& open) { return open.sent > since; }));
+        std::count_if(open_.begin(), open_.end(), [since](const Open& open) { return open.sent >= since; }));
 }
 
-QuestionLane::Clock::time_point QuestionLane::oldestSince(Clock::time_point since, Clock::time_point none) const
+Answer QuestionLane::answerOf(const sdbus::MethodReply& reply, const sdbus::Error& error)
 {
-    const auto oldest =
-        std::find_if(open_.begin(), open_.end(), [since](const Open& open) { return open.sent > since; });
-    return oldest == open_.end() ? none : oldest->sent;
-}
-
-/// A refusal may mean that the bus accepts fewer open questions on a connection than expected.
-Answer QuestionLane::answerOf(const sdbus::Error& error) noexcept
-{
-    const bool isRefusal = error.getName() == "org.freedesktop.DBus.Error.LimitsExceeded";
-    if (isRefusal)
-        capacity_ = std::max(open_.size() - 1, kSmallestLane);
-    return {nullptr, &error, isRefusal};
+    const std::string_view name{error.getName()};
+    const bool isFromBus = reply.getSender() == kBus;
+    if (isFromBus && std::find(kGone.begin(), kGone.end(), name) != kGone.end())
+        return {Answer::Kind::Gone, nullptr, &error};
+    if (!isFromBus || name != kRefused)
+        return {Answer::Kind::Error, nullptr, &error};
+    // The bus may accept fewer open questions on a connection than expected.
+    capacity_ = std::max(open_.size() - 1, kSmallestLane);
+    return {Answer::Kind::Refusal, nullptr, &error};
 }
 
 } // namespace Tolvek::Orvan::Utils::BusConnection::Dbus

@@ -25,9 +25,17 @@ struct Question
 /// What came of a question: the text of the answer, or the error that came in its place.
 struct Answer
 {
+    enum class Kind
+    {
+        Text,    ///< what the peer says of the object
+        Error,   ///< the peer says, or the bus says for it, that there is no answer
+        Gone,    ///< the peer is not on the bus any more
+        Refusal, ///< the bus did not pass the question on, for now
+    };
+
+    Kind kind = Kind::Text;
     const char* xml = nullptr;
     const sdbus::Error* error = nullptr;
-    bool isRefusal = false; ///< the bus did not pass the question on, for now
 };
 
 /// A connection on which many questions are open at the same time.
@@ -47,13 +55,11 @@ public:
     /// Takes the answers that have arrived. \throws sdbus::Error if the bus has gone
     void takeAnswers();
 
-    /// \throws sdbus::Error if the bus has gone
+    /// \throws sdbus::Error if the bus has gone or does not answer in time
     void requireBus() const;
 
-    /// Questions sent after `since` that are still open.
+    /// Questions sent at `since` or later that are still open.
     [[nodiscard]] std::size_t openSince(Clock::time_point since) const;
-    /// When the oldest of them was sent; `none` if there is none.
-    [[nodiscard]] Clock::time_point oldestSince(Clock::time_point since, Clock::time_point none) const;
 
     [[nodiscard]] bool hasRoom() const noexcept { return open_.size() < capacity_; }
 
@@ -70,7 +76,7 @@ private:
 
     void settle(Open& open, sdbus::MethodReply& reply, const sdbus::Error* error) noexcept;
     void forgetAnswered();
-    Answer answerOf(const sdbus::Error& error) noexcept;
+    Answer answerOf(const sdbus::MethodReply& reply, const sdbus::Error& error);
 
     std::shared_ptr<sdbus::IConnection> connection_;
     AnswerHandler onAnswer_;
