@@ -82,24 +82,32 @@ void Peer::describe(const Place& place, const NodeDescription& description)
     {
         if (passedOver_)
             return;
-        if (known_.size() >= kMaxObjectsPerPeer)
-            return passOver("it has too many objects");
-        Place below{place.path + "/" + child.name, place.depth + 1};
-        if (child.description.empty())
-        {
-            enquire(std::move(below));
-            continue;
-        }
-        known_.insert(below.path);
-        describe(below, child.description.front());
+        describeChild({place.path + "/" + child.name, place.depth + 1}, child);
     }
+}
+
+void Peer::describeChild(const Place& place, const NodeDescription::Child& child)
+{
+    if (place.path.size() > kMaxPathBytes)
+        return passOver("the name of an object is too long");
+    if (known_.size() >= kMaxObjectsPerPeer && known_.count(place.path) == 0)
+        return passOver("it has too many objects");
+    if (child.description.empty())
+        return enquire(place);
+    known_.insert(place.path);
+    describe(place, child.description.front());
 }
 
 Peer::Clock::time_point Peer::deadline() const noexcept
 {
     if (!isOpen() || !isWaiting())
         return Clock::time_point::max();
-    return std::min(progress_ + patience_, begin_ + kPatiencesInAll * patience_);
+    return std::min(progress_ + patience_, lastDeadline());
+}
+
+Peer::Clock::time_point Peer::lastDeadline() const noexcept
+{
+    return begin_ + kPatiencesInAll * patience_;
 }
 
 void Peer::passOver(const char* reason)
@@ -116,9 +124,12 @@ void Peer::leave() noexcept
     objects_.clear();
 }
 
-void Peer::passOverForSilence()
+void Peer::passOverInTime(Clock::time_point now)
 {
-    passOver(isRefused_ ? "the bus does not pass questions on to it" : "it does not answer");
+    if (isRefused_)
+        passOver("the bus does not pass questions on to it");
+    else
+        passOver(now < lastDeadline() ? "it does not answer" : "it takes too long");
 }
 
 } // namespace Tolvek::Orvan::Utils::BusConnection::Dbus

@@ -36,6 +36,9 @@ public:
     [[nodiscard]] bool isPassedOver() const noexcept { return passedOver_; }
     [[nodiscard]] bool isOpen() const noexcept { return !passedOver_ && (inFlight_ > 0 || !unasked_.empty()); }
 
+    /// Whether an answer of it is still expected.
+    [[nodiscard]] bool isBeingAsked() const noexcept { return !passedOver_ && inFlight_ > 0; }
+
     /// Notes a place that is to be asked about, unless it is known already.
     void enquire(Place place);
 
@@ -61,11 +64,13 @@ public:
     /// Drops the peer and what it has said, with a line that says why.
     void passOver(const char* reason);
     /// The same, for a peer whose deadline has come.
-    void passOverForSilence();
+    void passOverInTime(Clock::time_point now);
     /// Drops the peer without a line: programs end all the time.
     void leave() noexcept;
 
 private:
+    void describeChild(const Place& place, const NodeDescription::Child& child);
+    [[nodiscard]] Clock::time_point lastDeadline() const noexcept;
     [[nodiscard]] bool isWaiting() const noexcept { return inFlight_ > 0 || isRefused_; }
 
     std::string name_;
