@@ -87,9 +87,15 @@ TEST_F(MessageCount, oneReadAsksEveryNameOnceAndItsOwnKindTwice)
     EXPECT_THAT(monitor.count(),
                 ElementsAre(Pair("Hello", 1), Pair("Introspect", 6), Pair("ListNames", 1), Pair("deviceId", 1)));
 
+    const auto describing = faultyPeer("org.example.Describing", "describes-at-once");
+    const auto naming = faultyPeer("org.example.Naming", "slow", 0);
+    monitor.count();
+    client->deviceId("com.tolvek.orvan.deviceid.b#y");
+    EXPECT_EQ(monitor.count()["Introspect"], 6 + 1 + 2) << "only who does not describe a child is asked about it";
+
     client->setDeviceId("com.tolvek.orvan.deviceid.b#y", "2");
     EXPECT_THAT(monitor.count(),
-                ElementsAre(Pair("Hello", 1), Pair("Introspect", 6), Pair("ListNames", 1), Pair("setDeviceId", 1)));
+                ElementsAre(Pair("Hello", 1), Pair("Introspect", 9), Pair("ListNames", 1), Pair("setDeviceId", 1)));
 }
 
 TEST_F(MessageCount, theMainDeviceOfTwentyTakesTwentyOneDiscoveries)

@@ -1,6 +1,8 @@
 // A peer on the bus that goes wrong in one chosen way. Says "ready" on standard output when it owns its name.
 //
-//     faulty_peer NAME FAULT [ARGUMENT]
+//     faulty_peer NAME FAULT [ARGUMENT [COUNT]]
+//
+// With a COUNT it owns so many names: NAME0, NAME1 and so on.
 
 #include "unchecked_answer.h"
 
@@ -17,6 +19,7 @@
 #include <string>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include <unistd.h>
 
@@ -85,11 +88,11 @@ std::string children(int count)
     return node(text);
 }
 
-std::string nested(int depth)
+std::string nested(int depth, const std::string& name = "n")
 {
     std::string text;
     for (int i = 0; i < depth; ++i)
-        text += "<node name=\"n\"><interface name=\"i\"/>";
+        text += "<node name=\"" + name + "\"><interface name=\"i\"/>";
     for (int i = 0; i < depth; ++i)
         text += "</node>";
     return node(text);
@@ -126,13 +129,53 @@ int keepSilent(sd_bus_message* /*call*/)
     return 0;
 }
 
-/// Names many objects and then says no more.
+/// Names many objects and then says no more; leaves when it is asked more than is fair before it has answered.
 Behaviour silentAfterNaming(int count)
 {
-    return [count](sd_bus_message* call)
+    constexpr int kFairlyOpen = 8;
+    return [count, open = 0](sd_bus_message* call) mutable
     {
         const std::string path = sd_bus_message_get_path(call);
-        return path == "/com/tolvek/orvan" ? answer(call, children(count)) : 0;
+        if (path == "/com/tolvek/orvan")
+            return answer(call, children(count));
+        return ++open > kFairlyOpen ? -1 : 0;
+    };
+}
+
+/// Answers nothing until so many questions are open at the same time, and then all of them.
+Behaviour answersTogether(int count)
+{
+    return [count, open = std::make_shared<std::vector<Message>>()](sd_bus_message* call)
+    {
+        open->emplace_back(sd_bus_message_ref(call));
+        if (open->size() == static_cast<std::size_t>(count))
+        {
+            for (const auto& question : *open)
+                answer(question.get(), node(""));
+            open->clear();
+        }
+        return 0;
+    };
+}
+
+/// Describes the provider's object where its parent is asked.
+Behaviour describesAtOnce()
+{
+    return always(node("<node name=\"deviceid\">" + interfaceElement() + "</node>"));
+}
+
+Behaviour answersWith(const char* error)
+{
+    return [error](sd_bus_message* call) { return sd_bus_reply_method_errorf(call, error, "says the peer"); };
+}
+
+/// Has ever more objects to tell of, and takes its time.
+Behaviour endlessAfter(std::chrono::milliseconds delay)
+{
+    return [delay](sd_bus_message* call)
+    {
+        std::this_thread::sleep_for(delay);
+        return answer(call, children(2));
     };
 }
 
@@ -169,17 +212,18 @@ std::map<std::string, std::function<Behaviour(int)>> faults()
 {
     constexpr int kMany = 10'000;
     constexpr int kDeep = 5'000;
+    constexpr int kLong = 70'000; // more than the D-Bus library takes for a path
+    constexpr int kLevels = 4;
     constexpr std::size_t kHuge = 1024UL * 1024;
     const auto notUtf8 = node("<node name=\"\xff\xc0\"/>");
     return {
         {"silent", [](int) { return keepSilent; }},
         {"slow", [](int ms) { return honestAfter(std::chrono::milliseconds{ms}); }},
-        {"error",
-         [](int)
-         {
-             return [](sd_bus_message* call)
-             { return sd_bus_reply_method_errorf(call, "com.example.Broken", "this object is broken"); };
-         }},
+        {"error", [](int) { return answersWith("com.example.Broken"); }},
+        {"feigns-limits", [](int) { return answersWith("org.freedesktop.DBus.Error.LimitsExceeded"); }},
+        {"feigns-absence", [](int) { return answersWith("org.freedesktop.DBus.Error.NoReply"); }},
+        {"long-name", [](int) { return always(node("<node name=\"" + std::string(kLong, 'n') + "\"/>")); }},
+        {"long-path", [](int) { return always(nested(kLevels, std::string(kLong / kLevels, 'n'))); }},
         {"not-xml", [](int) { return always("<node><interface name="); }},
         {"empty-text", [](int) { return always(""); }},
         {"other-type",
@@ -188,6 +232,9 @@ std::map<std::string, std::function<Behaviour(int)>> faults()
         {"deep", [](int) { return always(nested(kDeep)); }},
         {"many-children", [](int) { return always(children(kMany)); }},
         {"names-then-silent", silentAfterNaming},
+        {"answers-together", answersTogether},
+        {"describes-at-once", [](int) { return describesAtOnce(); }},
+        {"endless-slow", [](int ms) { return endlessAfter(std::chrono::milliseconds{ms}); }},
         {"deeper-and-deeper", [](int) { return always(node("<node name=\"n\"/>")); }},
         {"endless", [](int) { return always(node("<node name=\"a\"/><node name=\"b\"/>")); }},
         {"odd-names",
@@ -203,6 +250,7 @@ std::map<std::string, std::function<Behaviour(int)>> faults()
              };
          }},
         {"kills-process", [](int process) { return [process](sd_bus_message*) { return kill(process, SIGKILL); }; }},
+        {"stops-process", [](int process) { return [process](sd_bus_message*) { return kill(process, SIGSTOP); }; }},
         {"vanish", [](int) { return [](sd_bus_message*) { return -1; }; }},
         {"vanish-later", [](int) { return vanishingAfterTheFirstAnswer(); }},
         {"flood", [](int) { return flood; }},
@@ -230,11 +278,12 @@ Bus openBus()
     return Bus{bus};
 }
 
-void run(const std::string& name, Behaviour behaviour)
+void run(const std::vector<std::string>& names, Behaviour behaviour)
 {
     const auto bus = openBus();
     check(sd_bus_add_filter(bus.get(), nullptr, onMessage, &behaviour), "adding a filter");
-    check(sd_bus_request_name(bus.get(), name.c_str(), 0), "owning " + name);
+    for (const auto& name : names)
+        check(sd_bus_request_name(bus.get(), name.c_str(), 0), "owning " + name);
     std::cout << "ready" << std::endl; // NOLINT(performance-avoid-endl): the reader waits for it
     for (;;)
     {
@@ -245,18 +294,29 @@ void run(const std::string& name, Behaviour behaviour)
     }
 }
 
+std::vector<std::string> namesOf(const std::string& name, int count)
+{
+    if (count == 0)
+        return {name};
+    std::vector<std::string> names(static_cast<std::size_t>(count), name);
+    for (int i = 0; i < count; ++i)
+        names[static_cast<std::size_t>(i)] += std::to_string(i);
+    return names;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 try
 {
     if (argc < 3)
-        throw std::runtime_error{"usage: faulty_peer NAME FAULT [ARGUMENT]"};
+        throw std::runtime_error{"usage: faulty_peer NAME FAULT [ARGUMENT [COUNT]]"};
     const auto known = faults();
     const auto fault = known.find(argv[2]);
     if (fault == known.end())
         throw std::runtime_error{std::string{"unknown fault "} + argv[2]};
-    run(argv[1], fault->second(argc > 3 ? std::atoi(argv[3]) : 0)); // NOLINT(cert-err34-c): a test's own number
+    const auto number = [&](int index) { return argc > index ? std::atoi(argv[index]) : 0; }; // NOLINT(cert-err34-c)
+    run(namesOf(argv[1], number(4)), fault->second(number(3)));
 }
 catch (const std::exception& error)
 {

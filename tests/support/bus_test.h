@@ -35,11 +35,12 @@ protected:
     PrivateBus& bus() { return bus_; }
     LogCapture& log() { return log_; }
 
-    /// A peer that goes wrong in one way; it owns its name when this returns.
-    static std::unique_ptr<Process> faultyPeer(const std::string& name, const std::string& fault, int argument = 0)
+    /// A peer that goes wrong in one way; it owns its name, or several of them, when this returns.
+    static std::unique_ptr<Process> faultyPeer(const std::string& name, const std::string& fault, int argument = 0,
+                                               int count = 0)
     {
-        auto peer =
-            std::make_unique<Process>(std::vector<std::string>{FAULTY_PEER, name, fault, std::to_string(argument)});
+        auto peer = std::make_unique<Process>(
+            std::vector<std::string>{FAULTY_PEER, name, fault, std::to_string(argument), std::to_string(count)});
         peer->waitUntilReady();
         return peer;
     }

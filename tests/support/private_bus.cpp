@@ -31,7 +31,7 @@ constexpr std::string_view kSystemRules = R"(
     <allow send_destination="org.freedesktop.DBus" send_interface="org.freedesktop.DBus.Monitoring"/>
   </policy>)";
 
-std::string configuration(const std::filesystem::path& socket, bool isSystemBus)
+std::string configuration(const std::filesystem::path& socket, std::string_view kind)
 {
     std::string text = R"(<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
@@ -46,7 +46,9 @@ std::string configuration(const std::filesystem::path& socket, bool isSystemBus)
     <allow send_destination="*" eavesdrop="true"/>
     <allow eavesdrop="true"/>
   </policy>)";
-    text += isSystemBus ? kSystemRules : kSessionLimits;
+    text += kind == "session" ? kSessionLimits : kSystemRules;
+    if (kind == "tight")
+        text += R"(<limit name="max_replies_per_connection">40</limit>)";
     return text + "\n</busconfig>\n";
 }
 
@@ -56,19 +58,20 @@ PrivateBus::PrivateBus()
 {
     const char* const chosen = std::getenv("DEVICEID_TEST_BUS");
     const std::string_view kind = chosen != nullptr ? chosen : "session";
-    if (kind == "broker")
+    isBroker_ = kind == "broker";
+    if (isBroker_)
         startBroker();
     else
-        startDaemon(kind == "system");
+        startDaemon(kind);
     address_ = daemon_->readLine();
     setenv("DBUS_SESSION_BUS_ADDRESS", address_.c_str(), 1);
     setenv("DBUS_SYSTEM_BUS_ADDRESS", address_.c_str(), 1);
 }
 
-void PrivateBus::startDaemon(bool isSystemBus)
+void PrivateBus::startDaemon(std::string_view kind)
 {
     const auto file = folder_.path() / "bus.conf";
-    std::ofstream{file} << configuration(folder_.path() / "bus", isSystemBus);
+    std::ofstream{file} << configuration(folder_.path() / "bus", kind);
     // What the daemon says about descriptor limits that it cannot raise is no concern of a test.
     const auto log = folder_.path() / "bus.log";
     daemon_ = std::make_unique<Process>(

@@ -5,7 +5,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <array>
+#include <csignal>
 #include <memory>
 #include <ostream>
 #include <string>
@@ -102,7 +102,7 @@ struct Fault
     const char* reason; ///< with which the peer is passed over; null: it says itself that it offers nothing
     int argument = 0;
 
-    friend void PrintTo(const Fault& fault, std::ostream* stream) { *stream << fault.name; }
+    friend std::ostream& operator<<(std::ostream& stream, const Fault& fault) { return stream << fault.name; }
 };
 
 class DiscoveryWithFault : public Discovery, public testing::WithParamInterface<Fault>
@@ -127,7 +127,9 @@ INSTANTIATE_TEST_SUITE_P(
     Faults, DiscoveryWithFault,
     testing::Values(Fault{"silent", "it does not answer"}, Fault{"slow", "it does not answer", 5000},
                     Fault{"flood", "it does not answer"}, Fault{"error", nullptr}, Fault{"vanish", nullptr},
-                    Fault{"vanish-later", nullptr}, Fault{"not-utf8", nullptr},
+                    Fault{"vanish-later", nullptr}, Fault{"not-utf8", nullptr}, Fault{"feigns-limits", nullptr},
+                    Fault{"feigns-absence", nullptr}, Fault{"long-name", "the name of an object is too long"},
+                    Fault{"long-path", "the name of an object is too long"},
                     Fault{"other-type", "its answer is not introspection XML"},
                     Fault{"not-xml", "its answer is not introspection XML"},
                     Fault{"empty-text", "its answer is not introspection XML"}, Fault{"huge", "its answer is too long"},
@@ -148,40 +150,60 @@ TEST_F(Discovery, oddChildNamesDoNotHideTheOthers)
                                      Pair("org.example.Odd", ElementsAre(kObjectPath))));
 }
 
-TEST_F(Discovery, aPeerOfThisPlatformMayTakeTwoSeconds)
+TEST_F(Discovery, aPeerOfThisPlatformMayTakeTwoSecondsAndAnotherLess)
 {
     const auto slow = faultyPeer("com.tolvek.orvan.deviceid.slow", "slow", 600);
-    EXPECT_EQ(found().count("com.tolvek.orvan.deviceid.slow"), 1U);
+    const auto slowToo = faultyPeer("org.example.Slow", "slow", 500); // answers, but when it has been given up
+    EXPECT_THAT(found(), ElementsAre(Pair("com.tolvek.orvan.deviceid.healthy", ElementsAre(kObjectPath)),
+                                     Pair("com.tolvek.orvan.deviceid.slow", ElementsAre(kObjectPath))));
 }
 
-TEST_F(Discovery, peersThatNameManyObjectsHoldNobodyUp)
+TEST_F(Discovery, aPeerThatNeverComesToAnEndMayNotTakeForEver)
+{
+    const auto endless = faultyPeer("org.example.Endless", "endless-slow", 100);
+    EXPECT_EQ(found().size(), 1U);
+    EXPECT_TRUE(log().contains(2, "Passing over org.example.Endless: it takes too long"));
+}
+
+TEST_F(Discovery, peersThatNameManyObjectsHoldNobodyUpAndAreAskedLittleAtATime)
 {
     const Exporter elsewhere{{"org.example.Elsewhere"}, {"/com/tolvek/orvan/another"}};
     constexpr int kObjects = 1000;
-    const std::array crowds{faultyPeer("org.example.Crowd1", "names-then-silent", kObjects),
-                            faultyPeer("org.example.Crowd2", "names-then-silent", kObjects),
-                            faultyPeer("org.example.Crowd3", "names-then-silent", kObjects)};
+    const std::vector<std::string> names{"org.example.Crowd1", "org.example.Crowd2", "org.example.Crowd3"};
 
     constexpr int kRounds = 3; // the bus lists its names in another order every time
     for (int i = 0; i < kRounds; ++i)
     {
+        std::vector<std::unique_ptr<Tests::Process>> crowds;
+        for (const auto& name : names)
+            crowds.push_back(faultyPeer(name, "names-then-silent", kObjects));
+        log().clear();
         EXPECT_THAT(found(), ElementsAre(Pair("com.tolvek.orvan.deviceid.healthy", ElementsAre(kObjectPath)),
                                          Pair("org.example.Elsewhere", ElementsAre("/com/tolvek/orvan/another"))));
-        log().clear();
+        for (const auto& name : names)
+            EXPECT_TRUE(log().contains(2, "Passing over " + name + ": it does not answer"));
     }
+}
+
+TEST_F(Discovery, asksManyPeersAtTheSameTime)
+{
+    constexpr int kTogether = 48; // in less than the patience with a single one of them
+    const auto crowd = faultyPeer("org.example.Crowd", "answers-together", kTogether, kTogether);
+    EXPECT_EQ(found().size(), 1U);
+    EXPECT_EQ(log().count(2, "Passing over"), 0U) << testing::PrintToString(log().lines());
 }
 
 TEST_F(Discovery, moreSilentPeersThanTheWindowHideNobody)
 {
-    // A system bus refuses the 129th open question of a connection: the questions must move to another one.
-    constexpr int kSilent = 150;
-    const auto mute = sdbus::createSessionBusConnection();
-    for (int i = 0; i < kSilent; ++i)
-        mute->requestName("org.example.Silent" + std::to_string(i));
+    // A system bus refuses the 129th open question of a connection: the questions must move to another one. Some of the
+    // many names come late in whatever order the bus lists them.
+    const auto silent = faultyPeer("org.example.Silent", "silent", 0, 150);
+    const std::vector<std::string> names{"org.example.a", "org.example.b", "org.example.c",
+                                         "org.example.d", "org.example.e", "org.example.f"};
+    const Exporter foreign{names, {kObjectPath}};
 
     const auto factory = std::make_shared<Factory>(kBusType);
-    EXPECT_THAT(factory->objectsImplementing(kInterface),
-                ElementsAre(Pair("com.tolvek.orvan.deviceid.healthy", ElementsAre(kObjectPath))));
+    EXPECT_EQ(factory->objectsImplementing(kInterface).size(), names.size() + 1);
 
     auto call = sdbus::createProxy(factory->connection(), "com.tolvek.orvan.deviceid.healthy", kObjectPath);
     EXPECT_NO_THROW(call->callMethod("ping").onInterface(kInterface));
@@ -192,6 +214,15 @@ TEST_F(BusTest, aBusThatGoesAwayWithQuestionsOpenIsAnErrorNotAnEmptyResult)
     const auto murderer = faultyPeer("org.example.Murderer", "kills-process", bus().pid());
     const auto other = faultyPeer("com.tolvek.Silent", "silent");
     EXPECT_THROW(std::make_shared<Factory>(kBusType)->objectsImplementing(kInterface), sdbus::Error);
+}
+
+TEST_F(BusTest, aBusThatStopsWithQuestionsOpenIsAnErrorNotAnEmptyResult)
+{
+    if (bus().isBroker())
+        GTEST_SKIP() << "the process that can be stopped here only watches the bus";
+    const auto other = faultyPeer("org.example.Stopper", "stops-process", bus().pid());
+    EXPECT_THROW(std::make_shared<Factory>(kBusType)->objectsImplementing(kInterface), sdbus::Error);
+    kill(bus().pid(), SIGCONT);
 }
 
 TEST_F(BusTest, aBusThatGoesAwayIsAnErrorNotAnEmptyResult)

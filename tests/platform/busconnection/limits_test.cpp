@@ -14,6 +14,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -26,6 +27,8 @@ namespace
 
 using Tolvek::Orvan::Utils::BusConnection::Dbus::BusType;
 using Tolvek::Orvan::Utils::BusConnection::Dbus::Factory;
+
+constexpr const char* kInterface = "com.tolvek.orvan.deviceid.interface";
 
 /// A socket that does not wait.
 class Socket
@@ -94,28 +97,46 @@ TEST_F(FullBus, opensWhenAConnectionClosesInTimeAndOtherwiseFailsWithItsError)
     fill();
     EXPECT_THROW(std::make_shared<Factory>(BusType::Session), sdbus::Error);
 
+    log_.clear();
     auto opening = std::async(std::launch::async, [] { return std::make_shared<Factory>(BusType::Session); });
+    while (!log_.contains(5, "The bus takes no connection: "))
+        std::this_thread::yield();
     connections_.pop_back();
     EXPECT_NE(opening.get()->uniqueName(), "");
 }
 
-TEST_F(FullBus, hidesNoProviderBehindManySilentPeers)
+TEST_F(FullBus, hidesNoProviderWhetherOthersAreLateOrSilent)
 {
-    constexpr int kSilent = 150; // more than fit on one connection
-    const auto mute = sdbus::createSessionBusConnection();
-    for (int i = 0; i < kSilent; ++i)
-        mute->requestName("org.example.Silent" + std::to_string(i));
-    const auto provider = sdbus::createSessionBusConnection("com.tolvek.orvan.deviceid.healthy");
-    const auto object = sdbus::createObject(*provider, "/com/tolvek/orvan/deviceid");
-    object->registerMethod("ping").onInterface("com.tolvek.orvan.deviceid.interface").implementedAs([] {});
-    object->finishRegistration();
-    provider->enterEventLoopAsync();
+    constexpr auto* kTogether = "80"; // opened only when the window has stalled twice, and nearly all that there may be
+    const Tests::Process late{{FAULTY_PEER, "com.tolvek.orvan.deviceid.late", "answers-together", kTogether, "120"}};
+    late.waitUntilReady();
+    const Tests::Process provider{{FAULTY_PEER, "com.tolvek.orvan.deviceid.honest", "slow", "0"}};
+    provider.waitUntilReady();
     const auto factory = std::make_shared<Factory>(BusType::Session);
+    const Tests::Process silent{{FAULTY_PEER, "org.example.Silent", "silent", "0", "150"}};
+    silent.waitUntilReady();
     fill();
 
-    EXPECT_EQ(factory->objectsImplementing("com.tolvek.orvan.deviceid.interface").size(), 1U);
+    EXPECT_EQ(factory->objectsImplementing(kInterface).count("com.tolvek.orvan.deviceid.honest"), 1U);
     EXPECT_TRUE(log_.contains(2, "No further connection to the bus: "));
+    EXPECT_EQ(log_.count(2, "Passing over com.tolvek"), 0U) << "that would have answered when its turn came";
     EXPECT_TRUE(log_.contains(2, ": the bus has no connection left on which to ask it"));
+}
+
+TEST(TightBus, isAskedAgainWhatItRefused)
+{
+    setenv("DEVICEID_TEST_BUS", "tight", 1);
+    const Tests::PrivateBus bus;
+    const Tests::Process silent{{FAULTY_PEER, "org.example.Silent", "silent", "0", "60"}};
+    silent.waitUntilReady();
+    std::vector<std::unique_ptr<Tests::Process>> honest;
+    for (const std::string name : {"org.example.A", "org.example.B", "org.example.C", "org.example.D"})
+    {
+        honest.push_back(std::make_unique<Tests::Process>(std::vector<std::string>{FAULTY_PEER, name, "slow", "0"}));
+        honest.back()->waitUntilReady();
+    }
+    const Tests::LogCapture log;
+    EXPECT_EQ(std::make_shared<Factory>(BusType::Session)->objectsImplementing(kInterface).size(), honest.size());
 }
 
 TEST_F(FullBus, thatDoesNotEvenAcceptIsAnErrorAfterSomeAttempts)
