@@ -52,7 +52,7 @@ protected:
     std::unique_ptr<sdbus::IConnection> connection_ = sdbus::createSessionBusConnection();
     std::unique_ptr<sdbus::IProxy> proxy_ = rawProvider(*connection_, "faulty");
     /// What the provider may have in RAM at the end.
-    long bound_ = residentMiB(process_->pid()) + (Tests::kIsSanitized ? 512 : 20);
+    long bound_ = residentMiB(process_->pid()) + (Tests::kKeepsMemory ? 512 : 20);
 };
 
 TEST_F(FaultyDevice, costsNobodyElseAnythingAndNoMemory)

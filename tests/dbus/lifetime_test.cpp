@@ -191,7 +191,7 @@ TEST_F(Lifetime, factoriesComeAndGoUnderFire)
         if (i == kRounds / 10)
             memory = Tests::residentMiB(getpid());
     }
-    EXPECT_LE(Tests::residentMiB(getpid()), memory + (Tests::kIsSanitized ? 512 : 2));
+    EXPECT_LE(Tests::residentMiB(getpid()), memory + (Tests::kKeepsMemory ? 512 : 2));
     EXPECT_EQ(one.readLine() + other.readLine(), "answeredanswered");
     done = true;
     for (auto& client : clients)

@@ -142,14 +142,16 @@ Behaviour silentAfterNaming(int count)
     };
 }
 
-/// Answers nothing until so many questions are open at the same time, and then all of them.
+/// Answers nothing until so many questions are open at the same time, and then, after a while, all of them.
 Behaviour answersTogether(int count)
 {
+    static constexpr std::chrono::milliseconds kWhile{50};
     return [count, open = std::make_shared<std::vector<Message>>()](sd_bus_message* call)
     {
         open->emplace_back(sd_bus_message_ref(call));
         if (open->size() == static_cast<std::size_t>(count))
         {
+            std::this_thread::sleep_for(kWhile);
             for (const auto& question : *open)
                 answer(question.get(), node(""));
             open->clear();
@@ -172,10 +174,11 @@ Behaviour answersWith(const char* error)
 /// Has ever more objects to tell of, and takes its time.
 Behaviour endlessAfter(std::chrono::milliseconds delay)
 {
+    constexpr int kChildren = 8;
     return [delay](sd_bus_message* call)
     {
         std::this_thread::sleep_for(delay);
-        return answer(call, children(2));
+        return answer(call, children(kChildren));
     };
 }
 
@@ -214,7 +217,7 @@ std::map<std::string, std::function<Behaviour(int)>> faults()
     constexpr int kDeep = 5'000;
     constexpr int kLong = 70'000; // more than the D-Bus library takes for a path
     constexpr int kLevels = 4;
-    constexpr std::size_t kHuge = 1024UL * 1024;
+    constexpr std::size_t kHuge = 300UL * 1024;
     const auto notUtf8 = node("<node name=\"\xff\xc0\"/>");
     return {
         {"silent", [](int) { return keepSilent; }},

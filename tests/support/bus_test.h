@@ -21,11 +21,11 @@ constexpr auto kBusType = Tolvek::Orvan::Utils::BusConnection::Dbus::BusType::Se
 constexpr const char* kInterface = "com.tolvek.orvan.deviceid.interface";
 constexpr const char* kObjectPath = "/com/tolvek/orvan/deviceid";
 
-/// Sanitizers keep memory that has been freed.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool kIsSanitized = true;
+/// Sanitizers keep memory that has been freed, and an emulator all that it has translated.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(IS_EMULATED)
+constexpr bool kKeepsMemory = true;
 #else
-constexpr bool kIsSanitized = false;
+constexpr bool kKeepsMemory = false;
 #endif
 
 /// A test with a message bus and a record of all log lines of its own.

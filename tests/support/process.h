@@ -10,6 +10,13 @@
 namespace Tests
 {
 
+/// Whether this program was built for another architecture. It cannot start itself anew then, as death tests do.
+#ifdef IS_EMULATED
+constexpr bool kIsEmulated = true;
+#else
+constexpr bool kIsEmulated = false;
+#endif
+
 /// Memory of a process in RAM.
 long residentMiB(pid_t process);
 

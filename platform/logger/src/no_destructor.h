@@ -26,7 +26,7 @@ public:
     NoDestructor& operator=(const NoDestructor&) = delete;
     NoDestructor& operator=(NoDestructor&&) = delete;
 
-    T& get() noexcept { return *std::launder(reinterpret_cast<T*>(&storage_)); }
+    T& get() noexcept { return *std::launder(static_cast<T*>(static_cast<void*>(&storage_))); }
 
 private:
     alignas(T) std::array<std::byte, sizeof(T)> storage_{};

@@ -107,8 +107,9 @@ TEST_F(FullBus, opensWhenAConnectionClosesInTimeAndOtherwiseFailsWithItsError)
 
 TEST_F(FullBus, hidesNoProviderWhetherOthersAreLateOrSilent)
 {
-    constexpr auto* kTogether = "80"; // opened only when the window has stalled twice, and nearly all that there may be
-    const Tests::Process late{{FAULTY_PEER, "com.tolvek.orvan.deviceid.late", "answers-together", kTogether, "120"}};
+    // As many as may be open on one connection. Of the questions to that many names there are three times as many.
+    constexpr auto* kTogether = "96";
+    const Tests::Process late{{FAULTY_PEER, "com.tolvek.orvan.deviceid.late", "answers-together", kTogether, "144"}};
     late.waitUntilReady();
     const Tests::Process provider{{FAULTY_PEER, "com.tolvek.orvan.deviceid.honest", "slow", "0"}};
     provider.waitUntilReady();

@@ -3,6 +3,7 @@
 #include "deviceid-provider/size_limits.h"
 
 #include "support/private_bus.h"
+#include "support/process.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -151,6 +152,8 @@ TEST_F(StoreTest, whatIsNoFileIsRefusedAndStaysAsItIs)
 
 TEST_F(StoreTest, aFileIsWholeWhereverTheWriterIsKilled)
 {
+    if (Tests::kIsEmulated)
+        GTEST_SKIP() << "an emulated program cannot be traced";
     const std::string old(5000, 'o');
     const std::string fresh(9000, 'n');
     const auto file = make("file", old);
@@ -207,6 +210,8 @@ TEST_F(StoreTest, aMemoryKeepsItsSizeAndItsPadding)
 
 TEST_F(StoreTest, aMemoryNeverHoldsAMixtureWhereverTheWriterIsKilled)
 {
+    if (Tests::kIsEmulated)
+        GTEST_SKIP() << "an emulated program cannot be traced";
     const std::string old(300, 'o');
     const std::string fresh(200, 'n');
     const auto memory = make("memory", old + std::string(100, '\xFF'));
