@@ -80,7 +80,8 @@ TEST_F(CtlReading, listFitsATerminalAndIsColouredOnlyThere)
 
 TEST_F(CtlReading, showTellsEveryFieldAndWhoServesIt)
 {
-    const auto process = "  process        " + std::to_string(demo_->pid()) + " (test_provider)\n";
+    const std::string command = kIsEmulated ? "qemu-arm-static" : "test_provider";
+    const auto process = "  process        " + std::to_string(demo_->pid()) + " (" + command + ")\n";
     const std::string provider = "  provider       " + kDemo + "\n";
     const auto base = kDemo +
                       "#base-unit\n  main device    yes\n  part number    100200\n  serial number  0042\n"
@@ -97,7 +98,7 @@ TEST_F(CtlReading, showTellsEveryFieldAndWhoServesIt)
                               provider + process);
     const auto json = run({"show", "--main", "--json"}).json();
     EXPECT_EQ(json["format"], "deviceidctl-show");
-    EXPECT_EQ(json["devices"][0]["process"], (Json{{"pid", demo_->pid()}, {"command", "test_provider"}}));
+    EXPECT_EQ(json["devices"][0]["process"], (Json{{"pid", demo_->pid()}, {"command", command}}));
     EXPECT_EQ(json["devices"][0]["identity"]["serialNumber"], "0042");
 }
 
