@@ -6,9 +6,11 @@
 #include <libxml/SAX2.h>
 #include <libxml/parser.h>
 #include <libxml/parserInternals.h>
+#include <libxml/valid.h>
 
 #include <cstring>
 #include <new>
+#include <string_view>
 #include <utility>
 
 namespace Tolvek::Orvan::DeviceId
@@ -32,6 +34,8 @@ struct Usage
     std::size_t expandedText = 0;
     std::size_t attributes = 0;
     std::size_t attributeText = 0;
+    std::size_t namespaces = 0;
+    std::size_t defaultNamespaces = 0;
     bool isRefused = false;
     ParserMessages messages;
 };
@@ -97,6 +101,13 @@ public:
         return require(used.attributes <= Limits::attributes && used.attributeText <= Limits::attributeText);
     }
 
+    bool countNamespaces(std::size_t count) noexcept
+    {
+        return require((usage().namespaces += count) <= Limits::namespaces);
+    }
+
+    bool countDefaultNamespace() noexcept { return require(++usage().defaultNamespaces <= Limits::defaultNamespaces); }
+
 private:
     xmlParserCtxtPtr context_;
 };
@@ -146,7 +157,23 @@ xmlEntityPtr getParameterEntity(void* context, const xmlChar* name) noexcept
                           Limits::repeatedDeclarations);
 }
 
-/// Where in its arrays the parser gives a namespace's name, and a value's first and last byte.
+bool isNamespaceDeclaration(const xmlChar* attribute) noexcept
+{
+    const std::string_view name{reinterpret_cast<const char*>(attribute)}; // NOLINT(*-reinterpret-cast)
+    return name == "xmlns" || name.substr(0, 6) == "xmlns:";
+}
+
+/// The parser itself sees to the defaults of attributes. Only what it does not tell at the elements is counted here.
+void declareAttribute(void* context, const xmlChar* /*element*/, const xmlChar* name, int /*type*/, int /*presence*/,
+                      const xmlChar* value, xmlEnumerationPtr values) noexcept
+{
+    xmlFreeEnumeration(values);
+    if (value != nullptr && isNamespaceDeclaration(name))
+        Call{context}.countDefaultNamespace();
+}
+
+/// How many entries of its arrays the parser uses for a namespace (prefix and name), and for an attribute (the last two
+/// are the ends of its value).
 constexpr std::size_t namespaceFields = 2;
 constexpr std::size_t attributeFields = 5;
 
@@ -154,7 +181,7 @@ std::size_t lengthOfNamespaces(std::size_t count, const xmlChar** namespaces)
 {
     std::size_t length = 0;
     for (std::size_t i = 0; i < count; ++i)
-        length += lengthOf(namespaces[i * namespaceFields + 1]);
+        length += lengthOf(namespaces[i * namespaceFields]) + lengthOf(namespaces[i * namespaceFields + 1]);
     return length;
 }
 
@@ -175,7 +202,8 @@ void startElement(void* context, const xmlChar* name, const xmlChar* prefix, con
     Call call{context};
     const auto declared = static_cast<std::size_t>(namespaceCount);
     const auto given = static_cast<std::size_t>(attributeCount);
-    if (call.countAttributes(declared + given,
+    if (call.countNamespaces(declared) &&
+        call.countAttributes(declared + given,
                              lengthOfNamespaces(declared, namespaces) + lengthOfValues(given, attributes)))
         xmlSAX2StartElementNs(context, name, prefix, uri, namespaceCount, namespaces, attributeCount, defaulted,
                               attributes);
@@ -213,7 +241,7 @@ void installCallbacks(xmlSAXHandler& handler)
     // Kept only for validation. Some of it takes quadratic time, and complaints about it would bypass the context; the
     // parser itself sees to defaults of attributes and to the white space in their values.
     handler.elementDecl = nullptr;
-    handler.attributeDecl = nullptr;
+    handler.attributeDecl = declareAttribute;
     handler.notationDecl = nullptr;
     handler.serror = report;
 }

@@ -35,9 +35,16 @@ constexpr std::size_t expandedText = kibi * kibi;
 /// bytes; but a declaration of defaults multiplies them by the number of elements.
 constexpr std::size_t attributes = documentSize / 4;
 
-/// Bytes of the values of all attributes, for the same reason. Four times the document because a byte of another
-/// encoding may become several.
+/// Bytes of the values of all attributes and of the prefixes of namespaces, for the same reason. Four times the
+/// document because a byte of another encoding may become several.
 constexpr std::size_t attributeText = 4 * documentSize;
+
+/// Namespace declarations of all elements: the parser compares the prefix of each name with all that are in force.
+constexpr std::size_t namespaces = 128;
+
+/// Namespaces that a DTD declares by default: the parser looks for each of them at every element that they are for, and
+/// tells nobody about those that are in force already.
+constexpr std::size_t defaultNamespaces = 4;
 
 /// There are five predefined entities, and each may be declared once more. libxml2 complains about further
 /// declarations on a way that no context bounds.

@@ -114,9 +114,17 @@ TEST(HostileDocument, eachLimitIsReachedButNotExceeded)
     const auto attributeText = [](std::size_t size)
     {
         constexpr std::size_t kDefault = 1000;
-        const auto rest = size - (commonNamespace + qnetNamespace + "123" + "4" + "2021-03-05T00:00:00").size();
+        const auto rest =
+            size - ("d" + commonNamespace + "q" + qnetNamespace + "123" + "4" + "2021-03-05T00:00:00").size();
         return identity(repeated(rest / kDefault, "<i/>") + "<j a='" + std::string(rest % kDefault, 'x') + "'/>x",
                         "<!ATTLIST i a CDATA '" + std::string(kDefault, 'x') + "'>");
+    };
+    // Two namespaces stand in every such document.
+    const auto namespaces = [](std::size_t count) { return identity(repeated(count - 2, "<i xmlns='u'/>") + "x"); };
+    const auto defaultNamespaces = [](std::size_t count)
+    {
+        return identity("x", "<!ATTLIST i xmlns CDATA 'u'" + repeated(count - 1, " xmlns:a CDATA 'u'") +
+                                 " xmlns:b CDATA #IMPLIED xmlnsc CDATA 'u'>");
     };
     struct Edge
     {
@@ -131,6 +139,8 @@ TEST(HostileDocument, eachLimitIsReachedButNotExceeded)
              {"references", references(4'096, 1), references(4'097, 1)},
              {"size with a DTD", withDtd(40'960), withDtd(40'961)},
              {"attributes", attributes(16'384), attributes(16'385)},
+             {"namespaces", namespaces(128), namespaces(129)},
+             {"namespaces by default", defaultNamespaces(4), defaultNamespaces(5)},
              {"text of attributes", attributeText(262'144), attributeText(262'145)},
          })
     {
