@@ -133,15 +133,16 @@ TEST_F(Provider, whatCannotTravelIsSaidOnceInTheLogAndCostsNobodyElse)
     const std::string latin = "<x a='\xe4'/>";
     const auto notUtf8 = add("latin", [&latin] { return std::string{latin}; });
     const auto tooLong = add("long", [] { return std::string(40UL * 1024 * 1024, 'x'); });
+    const auto known = add("known", [&badId] { return std::string{badId}; });
     const auto withNul = add("nul", [] { return std::string{"<x/>\0<y/>", 9}; });
     const auto good = add("good", [] { return "<good/>"; });
 
-    EXPECT_THAT(list(), ElementsAre("good", "latin", "long", "nul"));
-    EXPECT_THAT(list(), ElementsAre("good", "latin", "long", "nul"));
+    EXPECT_THAT(list(), ElementsAre("good", "known", "latin", "long", "nul"));
+    EXPECT_THAT(list(), ElementsAre("good", "known", "latin", "long", "nul"));
     EXPECT_EQ(
         log().count(1, "A list on D-Bus goes without '" + badId + "', which is not UTF-8, holds a NUL or is too long"),
         1U);
-    for (const auto* id : {"latin", "long", "nul", "latin"})
+    for (const auto* id : {"latin", "long", "nul", "latin", "known"})
     {
         try
         {
@@ -154,6 +155,7 @@ TEST_F(Provider, whatCannotTravelIsSaidOnceInTheLogAndCostsNobodyElse)
         }
     }
     EXPECT_EQ(log().count(1, "it is not UTF-8 or holds a NUL: '" + latin), 1U);
+    EXPECT_EQ(log().count(1, "it is not UTF-8 or holds a NUL: '" + badId), 0U) << "told as an id already";
 
     EXPECT_EQ(read("good"), Result(0, "<good/>", false));
 }

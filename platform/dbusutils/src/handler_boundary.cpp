@@ -29,11 +29,17 @@ constexpr std::size_t kMaxStrings = 31UL * 1024 * 1024;
 /// What a string costs in a list beside its bytes: its length, its NUL and the gap to the next one.
 constexpr std::size_t kListOverhead = 8;
 
+/// One for the whole process, whatever is told of the texts.
+ToldTexts& toldTexts()
+{
+    static ToldTexts texts;
+    return texts;
+}
+
 template <typename... Arguments>
 void tellOnce(std::string_view text, const char* format, const Arguments&... arguments)
 {
-    static ToldTexts toldTexts;
-    const auto withheld = toldTexts.tell(text, ToldTexts::Clock::now());
+    const auto withheld = toldTexts().tell(text, ToldTexts::Clock::now());
     if (!withheld)
         return;
     if (*withheld > 0)
@@ -81,6 +87,13 @@ bool isErrorName(std::string_view name)
     reply(kFailed, text);
 }
 
+/// Nothing keeps an exception of the host program from having no text at all.
+std::string_view textOf(const std::exception& error)
+{
+    const char* const text = error.what();
+    return text != nullptr ? text : "";
+}
+
 template <typename Handler>
 void insideBoundary(const Handler& handler)
 {
@@ -94,11 +107,11 @@ void insideBoundary(const Handler& handler)
     }
     catch (const std::runtime_error& error)
     {
-        reply(kFailed, error.what());
+        reply(kFailed, textOf(error));
     }
     catch (const std::exception& error)
     {
-        replyUnexpected(error.what());
+        replyUnexpected(textOf(error));
     }
     catch (...)
     {
