@@ -13,7 +13,8 @@ namespace Tolvek::Orvan::Log
 {
 
 RotatingFile::RotatingFile(const std::string& path, bool append, std::uint64_t fullSize)
-    : location_{openLogFolder(path)}
+    : path_{path}
+    , location_{openLogFolder(path)}
     , file_{openLogFile(location_)}
     , fullSize_{fullSize}
 {
@@ -28,6 +29,8 @@ void RotatingFile::write(std::string_view line)
     append(line);
     if (statusOf(file_).st_nlink == 0)
     {
+        // Who cleans /tmp may have taken the folder along.
+        location_ = openLogFolder(path_);
         file_ = openLogFile(location_);
         append(line);
     }

@@ -28,6 +28,7 @@ private:
     void beginAnewIfFull();
     void renameUnlessDone();
 
+    std::string path_;
     LogLocation location_;
     Descriptor file_;
     std::uint64_t fullSize_;

@@ -94,11 +94,14 @@ TEST_F(LogFolder, writersOfOneFileLoseNothingToEachOther)
 
 TEST_F(LogFolder, aRemovedFileIsBegunAnewWithoutLosingTheLine)
 {
-    ASSERT_TRUE(logTo(path("all.log"), path("errors.log")));
-    log(Severity::Trace, "before");
-    std::filesystem::remove(path("all.log"));
-    log(Severity::Trace, "after");
-    EXPECT_THAT(contentOf(path("all.log")), AllOf(HasSubstr("after"), Not(HasSubstr("before"))));
+    for (const auto& removed : {"new/all.log", "new"})
+    {
+        ASSERT_TRUE(logTo(path("new/all.log"), path("errors.log")));
+        log(Severity::Trace, "before");
+        std::filesystem::remove_all(path(removed));
+        log(Severity::Trace, "after");
+        EXPECT_THAT(contentOf(path("new/all.log")), AllOf(HasSubstr("after"), Not(HasSubstr("before")))) << removed;
+    }
 }
 
 TEST_F(LogFolder, aFailingWriteCostsOneLineOnStandardErrorAndThatFile)

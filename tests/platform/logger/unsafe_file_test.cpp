@@ -6,6 +6,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <cstdio>
+#include <thread>
+
 namespace
 {
 
@@ -96,6 +100,57 @@ TEST_F(UnsafeLogFile, isRefusedWhenOthersCanWriteToItOrItsFolder)
     EXPECT_TRUE(logTo(path("in/own/all.log"), path("errors.log"))) << "as below /tmp";
 }
 
+TEST_F(UnsafeLogFile, isAcceptedInAFolderThatItsGroupCanWriteToOnlyIfThatIsRoots)
+{
+    if (::geteuid() != 0)
+        GTEST_SKIP() << "only root can give folders away";
+    ::chmod(inFolder.c_str(), 0770);
+    EXPECT_TRUE(logTo(file, path("errors.log"))) << "as /var/log";
+    ::chmod(path("").c_str(), 0755);
+    ASSERT_EQ(::chown(inFolder.c_str(), otherUser, otherUser), 0);
+    const auto isLogging = [this](mode_t mode)
+    { return ::chmod(inFolder.c_str(), mode) == 0 && logTo(path("in/a.log"), path("in/b.log")); };
+    EXPECT_EXIT(::_exit(::setuid(otherUser) == 0 && isLogging(0750) && !isLogging(0770) ? 0 : 1),
+                ::testing::ExitedWithCode(0), "others can write to the folder 'in'");
+}
+
+TEST_F(UnsafeLogFile, isNotOpenedWhileItIsBeingExchangedNorHandedToOtherPrograms)
+{
+    std::ofstream{file} << "";
+    for (const bool isSymbolic : {true, false})
+    {
+        const auto other = path(isSymbolic ? "link" : "hard link");
+        isSymbolic ? std::filesystem::create_symlink(victim, other) : std::filesystem::create_hard_link(victim, other);
+        std::atomic<bool> isOver{false};
+        std::thread exchanging{[&]
+                               {
+                                   while (!isOver)
+                                       ::renameat2(AT_FDCWD, file.c_str(), AT_FDCWD, other.c_str(), RENAME_EXCHANGE);
+                               }};
+        ::testing::internal::CaptureStderr();
+        for (int refused = 0; refused < 500;)
+            refused += logTo(file, path("errors.log"), false) ? 0 : 1;
+        isOver = true;
+        exchanging.join();
+        ::testing::internal::GetCapturedStderr();
+        EXPECT_EQ(contentOf(victim), "precious");
+        if (!std::filesystem::is_regular_file(std::filesystem::symlink_status(file)))
+            std::filesystem::rename(other, file);
+    }
+
+    ASSERT_TRUE(logTo(path("in/own/all.log"), path("errors.log")));
+    int open = 0;
+    for (const auto& entry : std::filesystem::directory_iterator{"/proc/self/fd"})
+    {
+        std::error_code ignored; // the iterator's own is gone by then
+        if (std::filesystem::read_symlink(entry, ignored).string().rfind(path(""), 0) != 0)
+            continue;
+        ++open;
+        EXPECT_NE(::fcntl(std::stoi(entry.path().filename()), F_GETFD) & FD_CLOEXEC, 0) << entry;
+    }
+    EXPECT_GE(open, 3);
+}
+
 TEST_F(UnsafeLogFile, isRefusedWhenItsPathLeadsAstray)
 {
     std::filesystem::create_directory_symlink(inFolder, path("link"));
@@ -105,6 +160,7 @@ TEST_F(UnsafeLogFile, isRefusedWhenItsPathLeadsAstray)
     expectRefused("relative.log", "not absolute");
     expectRefused("", "not absolute");
     expectRefused(inFolder + "/", "names no file");
+    EXPECT_FALSE(logTo(file + '\0' + "b", path("errors.log")));
     expectRefused(path("missing/missing/all.log"), "No such file");
     EXPECT_FALSE(std::filesystem::exists(path("missing")));
 }
