@@ -247,7 +247,8 @@ void installCallbacks(xmlSAXHandler& handler)
 }
 
 /// A new context takes over what a host program has set for the whole process: set back, one by one. libxml2's own
-/// function for options leaves some of it.
+/// function for options leaves some of it. Where the callbacks do not let a setting take effect today (blanks, options)
+/// or nobody reads what it brings (line numbers), that need not stay so.
 void resetOptions(xmlParserCtxt& context)
 {
     context.options = XML_PARSE_NONET;
@@ -257,7 +258,6 @@ void resetOptions(xmlParserCtxt& context)
     context.pedantic = 0;
     context.keepBlanks = 1;
     context.linenumbers = 0;
-    context.recovery = 0;
 }
 
 } // namespace

@@ -101,6 +101,8 @@ TEST(HostileDocument, eachLimitIsReachedButNotExceeded)
     { return identity("&lt;", repeated(count, entity("lt", "&#38;#60;"))); };
     const auto references = [](std::size_t count, std::size_t size)
     { return identity(repeated(count, "&e;"), entity("e", std::string(size, 'x'))); };
+    const auto identifiers = [](std::size_t size)
+    { return identity("x", "<!ENTITY e PUBLIC 'id' '" + std::string(size - 2, 'x') + "'>"); };
     const auto withDtd = [](std::size_t size)
     { return identity(std::string(size - identity("", "<!---->").size(), 'x'), "<!---->"); };
     // Seven attributes stand in every such document; a declaration gives the others to the elements i and j.
@@ -136,6 +138,7 @@ TEST(HostileDocument, eachLimitIsReachedButNotExceeded)
              {"declarations", declarations(64), declarations(65)},
              {"predefined entities", predefined(5), predefined(6)},
              {"text of entities", references(1, 16'384), references(1, 16'385)},
+             {"identifiers of entities", identifiers(16'384), identifiers(16'385)},
              {"references", references(4'096, 1), references(4'097, 1)},
              {"size with a DTD", withDtd(40'960), withDtd(40'961)},
              {"attributes", attributes(16'384), attributes(16'385)},
@@ -161,6 +164,7 @@ TEST(HostileDocument, parameterEntitiesMayDeclareButNotNest)
 {
     EXPECT_EQ(velIn(identity("&who;", "<!ENTITY % p \"<!ENTITY who 'me'>\">%p;")), "me");
     expectRefused("nested", identity("x", "<!ENTITY % p ''><!ENTITY % q '&#37;p;'>%q;"));
+    expectRefused("declares another", identity("x", "<!ENTITY % p \"<!ENTITY &#37; q 'y'>\">%p;"));
     const std::string comment = "<!ENTITY % p '<!--" + std::string(5'000, 'x') + "-->'>";
     EXPECT_EQ(velIn(identity("x", comment + repeated(3, "%p;<!-- -->"))), "x");
     expectRefused("repeated", identity("x", comment + repeated(4, "%p;<!-- -->")));
