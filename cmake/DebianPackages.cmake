@@ -28,6 +28,13 @@ set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 # Of the libraries of this build nobody knows the packages yet: what depends on which is said with each of them.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "")
+if(CMAKE_SYSROOT)
+    # Of another architecture's libraries the machine that builds knows nothing.
+    foreach(folder IN ITEMS lib usr/lib)
+        list(APPEND CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS
+            "${CMAKE_SYSROOT}/${folder}/${CMAKE_LIBRARY_ARCHITECTURE}")
+    endforeach()
+endif()
 set(CPACK_COMPONENTS_ALL "")
 
 # Files that each package has.

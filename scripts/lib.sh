@@ -74,3 +74,16 @@ CONFIG
     start_in_background dbus-daemon --config-file="$SCRATCH/bus.conf" --nofork --nopidfile --print-address=1
     export DBUS_SESSION_BUS_ADDRESS=$READY_LINE
 }
+
+# Sets EMULATOR to the words that start a program for 32-bit ARM, as cmake/toolchain-armhf.cmake does. Arguments: folders
+# in which the program's own libraries are.
+set_emulator()
+{
+    local root folder libraries=
+    root=$("$PROJECT/scripts/setup-armhf" --root)
+    for folder in "$@" "$root/lib/arm-linux-gnueabihf" "$root/usr/lib/arm-linux-gnueabihf"; do
+        libraries+=${libraries:+:}$folder
+    done
+    # shellcheck disable=SC2034 # for the scripts that include this one
+    EMULATOR=(qemu-arm-static "$root/lib/ld-linux-armhf.so.3" --library-path "$libraries")
+}
