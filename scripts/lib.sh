@@ -75,8 +75,8 @@ CONFIG
     export DBUS_SESSION_BUS_ADDRESS=$READY_LINE
 }
 
-# Sets EMULATOR to the words that start a program for 32-bit ARM, as cmake/toolchain-armhf.cmake does. Arguments: folders
-# in which the program's own libraries are.
+# Sets EMULATOR to the words that start a program for 32-bit ARM, as cmake/toolchain-armhf.cmake does. Arguments:
+# folders in which the program's own libraries are.
 set_emulator()
 {
     local root folder libraries=
