@@ -70,15 +70,18 @@ struct Parser
     Parser() { declare(app, options); }
 };
 
-CommandLine commandLineOf(const Options& options)
+CommandLine commandLineOf(const Parser& parser)
 {
+    const auto& options = parser.options;
     CommandLine line;
     line.configurationFile = options.configurationFile;
     line.isCheck = options.isCheck;
     const auto add = [&](const char* key, const std::string& value)
     {
-        if (!value.empty())
-            line.settings.push_back({std::string{"--"} + key, key, value, std::nullopt});
+        // An empty value is one, too, and wrong: a script may have meant another.
+        const auto option = std::string{"--"} + key;
+        if (parser.app.count(option) != 0)
+            line.settings.push_back({option, key, value, std::nullopt});
     };
     add("service-name", options.serviceName);
     add("bus", options.bus);
@@ -109,7 +112,7 @@ CommandLine parseCommandLine(int count, const char* const* arguments, std::optio
         std::cerr << "deviceid-provider: " << error.what() << "; see deviceid-provider --help\n";
         exitCode = kWrongUse;
     }
-    return commandLineOf(parser.options);
+    return commandLineOf(parser);
 }
 
 Configuration configurationOf(const CommandLine& commandLine, std::vector<Problem>& problems)

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <filesystem>
 #include <map>
+#include <system_error>
 #include <tuple>
 #include <utility>
 
@@ -53,7 +55,7 @@ bool isServiceName(std::string_view name)
     return isBusNamePart(name);
 }
 
-std::string quoted(const std::string& text)
+std::string inQuotes(const std::string& text)
 {
     return "\"" + text + "\"";
 }
@@ -138,7 +140,7 @@ public:
                 return value;
         }
         if (!given.empty())
-            wrong(key, quoted(given) + " is neither of them; expected " + expected);
+            wrong(key, inQuotes(given) + " is neither of them; expected " + expected);
         return otherwise;
     }
 
@@ -162,7 +164,7 @@ std::string interpretServiceName(const Section& section, const std::string& othe
     std::string name = isGiven || otherwise.empty() ? section.text("service-name", true, expected) : otherwise;
     if (!name.empty() && !isServiceName(name))
         section.wrong("service-name",
-                      quoted(name) + (isGiven ? "" : ", the name of the file,") + " cannot be " + expected);
+                      inQuotes(name) + (isGiven ? "" : ", the name of the file,") + " cannot be " + expected);
     return name;
 }
 
@@ -171,7 +173,7 @@ void checkPath(const Section& section, const std::string& path)
     if (path.empty())
         return;
     if (path.front() != '/' || path.back() == '/')
-        section.wrong("path", quoted(path) + " is not the path of a file from the root on");
+        section.wrong("path", inQuotes(path) + " is not the path of a file from the root on");
     else if (std::any_of(path.begin(), path.end(), isControl))
         section.wrong("path", "has control characters");
 }
@@ -191,6 +193,14 @@ DeviceSettings interpretDevice(const DeviceSection& given, std::size_t number, s
         section.wrong("id", "has control characters");
     checkPath(section, device.path);
     return device;
+}
+
+/// The file itself, however the path leads to it.
+std::string fileOf(const std::string& path)
+{
+    std::error_code error;
+    const auto file = std::filesystem::weakly_canonical(path, error);
+    return error ? path : file.string();
 }
 
 /// What only one device may have.
@@ -213,7 +223,7 @@ public:
                                           [&](const Setting& candidate) { return candidate.key == key; });
         problems_.push_back({setting->place, "device[" + std::to_string(number) + "]." + key,
                              "device[" + std::to_string(taken->second) + "] has " +
-                                 (key == "main" ? "this mark" : quoted(value)) + " already"});
+                                 (key == "main" ? "this mark" : inQuotes(value)) + " already"});
     }
 
 private:
@@ -261,7 +271,7 @@ Configuration interpret(const GivenConfiguration& given, std::vector<Problem>& p
     {
         const auto device = interpretDevice(given.devices[number], number, problems);
         taken.claim("id", device.id, number);
-        taken.claim("path", device.path, number);
+        taken.claim("path", fileOf(device.path), number);
         taken.claim("main", device.isMain ? "true" : "", number);
         configuration.devices.push_back(device);
     }

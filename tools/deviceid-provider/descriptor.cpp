@@ -26,7 +26,7 @@ Descriptor openFile(const std::string& path, int flags)
     if (fstat(file.get(), &status) != 0)
         failWithErrno("inspect", path);
     if (!S_ISREG(status.st_mode))
-        throw std::runtime_error{"'" + path + "' is not a file that can hold an identity"};
+        throw std::runtime_error{"'" + path + "' is not a regular file"};
     return file;
 }
 

@@ -82,7 +82,7 @@ TEST(Configuration, eachProblemIsToldWithLineAndKey)
           "f:8: device[1].path: \"x\" is not the path of a file from the root on"}},
         {valid + "[[device]]\nid = ''\npath = \"/a\\u0000b\"\nform = 'xml'\n",
          {"f:7: device[1].id: is empty; expected the id of the device", "f:8: device[1].path: has control characters"}},
-        {valid + "main = true\n[[device]]\nmain = true\nid = 'x'\npath = '/x'\nform = 'xml'\n",
+        {valid + "main = true\n[[device]]\nmain = true\nid = 'x'\npath = '//x'\nform = 'xml'\n",
          {"f:9: device[1].id: device[0] has \"x\" already", "f:10: device[1].path: device[0] has \"/x\" already",
           "f:8: device[1].main: device[0] has this mark already"}},
     };

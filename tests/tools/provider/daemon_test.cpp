@@ -143,7 +143,8 @@ TEST_F(ProviderDaemon, endsWithItsDocumentedExitCodes)
     EXPECT_EQ(endOf({}), 2);
     EXPECT_EQ(endOf({"--config", configuration, "--device", "id=x"}), 2);
     EXPECT_EQ(endOf({"--check-config", "--config", configuration}), 0);
-    EXPECT_EQ(endOf({"--check-config", "--config", configuration, "--bus", "none"}), 2);
+    for (const auto* bus : {"none", ""})
+        EXPECT_EQ(endOf({"--check-config", "--config", configuration, "--bus", bus}), 2);
     EXPECT_EQ(endOf({"--config", path("missing")}), 2);
     EXPECT_THAT(contentOf("errors"), HasSubstr("cannot open '" + path("missing")));
 
