@@ -2,12 +2,12 @@
 
 #include "bus_errors.h"
 #include "failure.h"
-#include "library_log.h"
 #include "output.h"
 
 #include <deviceid/service_discoverer.h>
 
 #include <algorithm>
+#include <iterator>
 #include <string_view>
 #include <utility>
 
@@ -27,6 +27,11 @@ std::string compositeId(const ServiceIfc& service, const std::string& deviceId)
     return service.name() + kDelimiter + deviceId;
 }
 
+std::string describe(const LibraryLog::PassedOver& peer)
+{
+    return peer.busName + " was passed over: " + peer.reason;
+}
+
 Failure readFailure(const std::string& attempt, const Data& data)
 {
     if (data.status == 1)
@@ -44,11 +49,28 @@ Devices::Devices(BusType bus)
     try
     {
         services_ = DbusDiscoverer{bus}.services();
+        passedOver_ = LibraryLog::takePassedOver();
     }
     catch (const sdbus::Error& error)
     {
         throw noBus(bus, error);
     }
+}
+
+std::vector<LibraryLog::PassedOver> Devices::silentProviders() const
+{
+    std::vector<LibraryLog::PassedOver> silent;
+    std::copy_if(passedOver_.begin(), passedOver_.end(), std::back_inserter(silent),
+                 [](const auto& peer) { return isPlatformName(peer.busName); });
+    return silent;
+}
+
+bool Devices::warnOfSilentProviders() const
+{
+    const auto silent = silentProviders();
+    for (const auto& peer : silent)
+        warn(describe(peer));
+    return !silent.empty();
 }
 
 std::vector<Provider> Devices::providers() const
@@ -107,11 +129,16 @@ Target Devices::find(const std::string& id) const
     auto service = serviceNamed(name);
     if (!service && name.find('.') == std::string::npos)
         service = serviceNamed(kNamePrefix + name);
-    if (!service)
-        throw Failure{NotFound, "not-found",
-                      "no device " + id + ": no provider " + name + " on the " + nameOf(bus_) +
-                          " bus; 'list' shows all devices"};
-    return {service, deviceId, compositeId(*service, deviceId)};
+    if (service)
+        return {service, deviceId, compositeId(*service, deviceId)};
+    for (const auto& peer : passedOver_)
+    {
+        if (peer.busName == name || peer.busName == kNamePrefix + name)
+            throw Failure{Failed, "no-reply", "no device " + id + ": " + describe(peer)};
+    }
+    throw Failure{NotFound, "not-found",
+                  "no device " + id + ": no provider " + name + " on the " + nameOf(bus_) +
+                      " bus; 'list' shows all devices"};
 }
 
 std::shared_ptr<ServiceIfc> Devices::serviceNamed(const std::string& name) const
@@ -131,8 +158,13 @@ Target Devices::findByDeviceId(const std::string& deviceId) const
             targets.push_back({provider.service, deviceId, compositeId(*provider.service, deviceId)});
     }
     if (targets.empty())
-        throw Failure{NotFound, "not-found",
-                      "no device " + deviceId + " on the " + nameOf(bus_) + " bus; 'list' shows all devices"};
+    {
+        auto message = "no device " + deviceId + " on the " + nameOf(bus_) + " bus; 'list' shows all devices";
+        // In the message, not a warning of its own: waiting for a device comes here again and again.
+        for (const auto& peer : silentProviders())
+            message += "; " + describe(peer);
+        throw Failure{NotFound, "not-found", message};
+    }
     if (targets.size() > 1)
     {
         std::string candidates;
@@ -182,15 +214,6 @@ std::string readDocument(const Target& target)
     if (data->status != 0)
         throw readFailure("cannot read " + target.id, *data);
     return data->xml;
-}
-
-void warnOfSilentProviders()
-{
-    for (const auto& peer : LibraryLog::takePassedOver())
-    {
-        if (isPlatformName(peer.busName))
-            warn(peer.busName + " was passed over: " + peer.reason);
-    }
 }
 
 std::string shortId(const std::string& id)

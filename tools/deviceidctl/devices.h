@@ -1,6 +1,7 @@
 #pragma once
 
 #include "common/identity_document.h"
+#include "library_log.h"
 #include "options.h"
 
 #include <deviceid/service.h>
@@ -55,6 +56,15 @@ public:
 
     [[nodiscard]] const std::vector<std::shared_ptr<ServiceIfc>>& services() const noexcept { return services_; }
 
+    /// Who belongs to this platform and gave the discovery no answer: its devices are missing.
+    [[nodiscard]] std::vector<LibraryLog::PassedOver> silentProviders() const;
+
+    /// Warns of these. \returns whether there is one
+    bool warnOfSilentProviders() const;
+
+    /// Whoever gave the discovery no answer.
+    [[nodiscard]] const std::vector<LibraryLog::PassedOver>& passedOver() const noexcept { return passedOver_; }
+
     /// Asks each provider for its devices.
     [[nodiscard]] std::vector<Provider> providers() const;
 
@@ -78,15 +88,13 @@ private:
 
     BusType bus_;
     std::vector<std::shared_ptr<ServiceIfc>> services_;
+    std::vector<LibraryLog::PassedOver> passedOver_;
 };
 
 Device readDevice(const ServiceIfc& service, const std::string& deviceId);
 
 /// Reads a target's document. \throws Failure if that is not possible
 std::string readDocument(const Target& target);
-
-/// Says of whom the discovery got no answer.
-void warnOfSilentProviders();
 
 /// A composite id without the common beginning of bus names, as Devices::find() takes it.
 std::string shortId(const std::string& id);

@@ -38,6 +38,14 @@ Json jsonOf(const Device& device)
     return json;
 }
 
+Json jsonOf(const std::vector<LibraryLog::PassedOver>& passedOver)
+{
+    auto list = Json::array();
+    for (const auto& peer : passedOver)
+        list.push_back({{"name", peer.busName}, {"reason", peer.reason}});
+    return list;
+}
+
 std::string jsonText(const Json& document)
 {
     return dump(document, kIndentation);

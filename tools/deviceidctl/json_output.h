@@ -15,6 +15,7 @@ using Json = nlohmann::ordered_json;
 Json makeDocument(const char* format);
 
 Json jsonOf(const Device& device);
+Json jsonOf(const std::vector<LibraryLog::PassedOver>& passedOver);
 
 /// For standard output, indented; and in one line.
 /// \{

@@ -76,7 +76,6 @@ TEST_F(CtlSupervision, checkFindsEachThingThatIsWrong)
              "error duplicate a#d", "warning duplicate a#d", "error reads b#f", "error answers c", "error answers s",
              "warning answers org.example.Silent", "warning part-number v#d", "warning serial-number v#d",
              "error reads v#g", "error ambiguous twice", "error ambiguous twice#d", "error duplicate twice#d"}));
-    EXPECT_THAT(run({"list"}).errors, HasSubstr("warning: com.tolvek.orvan.deviceid.s was passed over"));
     EXPECT_THAT(run({"list"}).output, HasSubstr("com.tolvek.orvan.deviceid.c              ! does not tell its devices: "
                                                 "[com.example.Broken] every call fails\n"));
 }
@@ -119,6 +118,30 @@ TEST_F(CtlSupervision, diffTellsWhatHasChangedSinceAList)
         EXPECT_EQ(outcome.exitCode, 3) << wrong;
         EXPECT_THAT(outcome.errors, HasSubstr("standard input: expected what deviceidctl list --json prints: "));
     }
+}
+
+TEST_F(CtlSupervision, aSilentProviderIsNotTakenForAnAbsentOne)
+{
+    const auto nothing = run({"list", "--json"}).output;
+    const auto silent = faultyPeer("com.tolvek.orvan.deviceid.s", "silent");
+    const std::string passedOver = "com.tolvek.orvan.deviceid.s was passed over: ";
+    const std::vector<std::tuple<Arguments, int>> rows{
+        {{"list", "--ids"}, 1}, {{"list", "--json"}, 1}, {{"diff", "in", "--json"}, 1},
+        {{"get", "s#x"}, 2},    {{"get", "x"}, 4},
+    };
+    for (const auto& [arguments, exitCode] : rows)
+    {
+        const auto outcome = run(arguments, nothing);
+        EXPECT_EQ(outcome.exitCode, exitCode) << outcome.errors;
+        EXPECT_THAT(outcome.errors, HasSubstr(passedOver));
+        if (arguments.back() == "--json")
+        {
+            EXPECT_EQ(outcome.json()["passedOver"][0]["name"], "com.tolvek.orvan.deviceid.s");
+        }
+    }
+    const auto set = run({"set", "s#x", "-", "--json"}, kVel);
+    EXPECT_EQ(set.exitCode, 2);
+    EXPECT_EQ(Json::parse(set.errors)["kind"], "no-reply");
 }
 
 TEST_F(CtlSupervision, waitEndsWhenTheDeviceCanBeReadOrTheTimeIsOver)

@@ -21,7 +21,7 @@ Observation observe(BusType bus)
 {
     const Devices devices{bus};
     Observation seen;
-    seen.passedOver = LibraryLog::takePassedOver();
+    seen.passedOver = devices.passedOver();
     seen.providers = devices.providers();
     for (const auto& provider : seen.providers)
     {

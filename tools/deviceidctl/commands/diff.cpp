@@ -91,10 +91,11 @@ Json jsonOf(const DeviceDifference& difference)
     return json;
 }
 
-void printJson(const std::vector<DeviceDifference>& differences, BusType bus)
+void printJson(const std::vector<DeviceDifference>& differences, const Json& passedOver, BusType bus)
 {
     auto document = makeDocument("diff");
     document["bus"] = nameOf(bus);
+    document["passedOver"] = passedOver;
     for (const char* const kind : {"added", "removed", "changed"})
         document[kind] = Json::array();
     for (const auto& difference : differences)
@@ -115,10 +116,10 @@ int diff(const Options& options)
 {
     const auto before = parseList(readList(options.file), inputName(options.file));
     const Devices bus{options.bus};
-    warnOfSilentProviders();
+    const bool areAllHeard = !bus.warnOfSilentProviders();
     const auto differences = differencesBetween(before, listOf(bus.readAll()));
     if (options.json)
-        printJson(differences, options.bus);
+        printJson(differences, jsonOf(bus.silentProviders()), options.bus);
     else
     {
         std::string text;
@@ -126,7 +127,7 @@ int diff(const Options& options)
             text += describe(difference);
         writeToStandardOutput(text);
     }
-    return differences.empty() ? Done : Remarks;
+    return differences.empty() && areAllHeard ? Done : Remarks;
 }
 
 } // namespace Tolvek::Orvan::DeviceId::Tools::Ctl

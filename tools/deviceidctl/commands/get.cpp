@@ -59,7 +59,7 @@ int get(const Options& options)
 int getMain(const Options& options)
 {
     const Devices bus{options.bus};
-    warnOfSilentProviders();
+    bus.warnOfSilentProviders();
     const auto devices = bus.readMain();
     print(firstMain(devices).xml, options, "the main device");
     if (devices.size() == 1)

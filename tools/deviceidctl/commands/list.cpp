@@ -52,20 +52,20 @@ void printTable(const std::vector<Device>& devices)
     writeToStandardOutput(renderTable(rows, width, mayUseColour()));
 }
 
-void printJson(const std::vector<Device>& devices, BusType bus)
+void printJson(const std::vector<Device>& devices, const Json& passedOver, BusType bus)
 {
     auto document = makeDocument("list");
     document["bus"] = nameOf(bus);
+    document["passedOver"] = passedOver;
     auto& list = document["devices"] = Json::array();
     for (const auto& device : devices)
         list.push_back(jsonOf(device));
     writeToStandardOutput(jsonText(document));
 }
 
-int listIds(const Devices& devices)
+int listIds(const Devices& devices, bool isComplete)
 {
     std::string lines;
-    bool isComplete = true;
     for (const auto& provider : devices.providers())
     {
         for (const auto& deviceId : provider.deviceIds)
@@ -83,20 +83,20 @@ int listIds(const Devices& devices)
 int list(const Options& options)
 {
     const Devices bus{options.bus};
-    warnOfSilentProviders();
+    const bool areAllHeard = !bus.warnOfSilentProviders();
     if (options.idsOnly)
-        return listIds(bus);
+        return listIds(bus, areAllHeard);
     const auto devices = bus.readAll();
     if (options.json)
-        printJson(devices, options.bus);
+        printJson(devices, jsonOf(bus.silentProviders()), options.bus);
     else if (devices.empty())
         writeToStandardError(std::string{"deviceidctl: no devices on the "} + nameOf(options.bus) +
                              " bus: is a provider running?\n");
     else
         printTable(devices);
-    const bool isComplete =
+    const bool areAllRead =
         std::all_of(devices.begin(), devices.end(), [](const Device& device) { return device.identity.has_value(); });
-    return isComplete ? Done : Remarks;
+    return areAllHeard && areAllRead ? Done : Remarks;
 }
 
 } // namespace Tolvek::Orvan::DeviceId::Tools::Ctl

@@ -70,7 +70,7 @@ Json jsonOf(const Device& device, const std::optional<ProcessInfo>& process)
 int show(const Options& options)
 {
     const Devices bus{options.bus};
-    warnOfSilentProviders();
+    bus.warnOfSilentProviders();
     auto document = makeDocument("show");
     document["bus"] = nameOf(options.bus);
     auto& list = document["devices"] = Json::array();
