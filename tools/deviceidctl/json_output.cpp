@@ -14,7 +14,8 @@ constexpr int kIndentation = 2;
 
 std::string dump(const Json& document, int indentation)
 {
-    return document.dump(indentation, ' ', false, Json::error_handler_t::replace) + "\n";
+    // In ASCII: terminals act on some of the other characters, and JSON may be looked at on one, too.
+    return document.dump(indentation, ' ', true, Json::error_handler_t::replace) + "\n";
 }
 
 } // namespace

@@ -90,6 +90,26 @@ std::size_t total(const Widths& widths)
     return std::accumulate(widths.begin(), widths.end(), (widths.size() - 1) * kGap);
 }
 
+/// Columns that cannot be had even at their narrowest go, from the right; whole ids matter more. The message of a short
+/// row stays.
+void leaveOutColumns(std::vector<Row>& rows, std::size_t limit)
+{
+    constexpr std::size_t kFewest = 3;
+    auto columns = naturalWidths(rows).size();
+    const auto isTooWide = [&]
+    {
+        auto widths = naturalWidths(rows);
+        std::transform(widths.begin() + 1, widths.end(), widths.begin() + 1,
+                       [](std::size_t width) { return std::min(width, kNarrowest); });
+        return total(widths) > limit;
+    };
+    for (; columns > kFewest && isTooWide(); --columns)
+    {
+        for (auto& row : rows)
+            row.cells.resize(std::min(row.cells.size(), columns - 1));
+    }
+}
+
 void narrow(Widths& widths, std::size_t limit)
 {
     while (total(widths) > limit)
@@ -158,6 +178,8 @@ std::string renderTable(const std::vector<Row>& rows, std::size_t width, bool in
     for (auto& row : printableRows)
         std::transform(row.cells.begin(), row.cells.end(), row.cells.begin(), printable);
     const Utf8Locale locale;
+    if (width > 0)
+        leaveOutColumns(printableRows, width);
     auto widths = naturalWidths(printableRows);
     if (width > 0)
         narrow(widths, width);

@@ -24,7 +24,8 @@ struct Row
 };
 
 /// A table as text. Columns are as wide as their widest cell; if that is more than `width` columns of a terminal, the
-/// widest ones are made narrower, the first one last, and what does not fit is cut off with "…".
+/// widest ones are made narrower, the first one last, and what does not fit is cut off with "…". Where even that is too
+/// wide, the last columns are left out.
 /// \param rows  what they hold may be foreign: it is made printable
 /// \param width 0: no limit
 std::string renderTable(const std::vector<Row>& rows, std::size_t width, bool inColour);

@@ -66,8 +66,11 @@ TEST_F(CtlReading, listHasARowForEachDeviceWhateverIsWrongWithIt)
 
 TEST_F(CtlReading, listFitsATerminalAndIsColouredOnlyThere)
 {
-    const auto onTerminal = [this](const std::string& settings)
-    { return shell("script -qec 'stty cols 64; " + settings + " deviceidctl' /dev/null | tr -d '\\r'"); };
+    const auto onTerminal = [this](const std::string& settings, int columns = 64)
+    {
+        return shell("script -qec 'stty cols " + std::to_string(columns) + "; " + settings +
+                     " deviceidctl' /dev/null | tr -d '\\r'");
+    };
     const auto coloured = onTerminal("TERM=xterm");
     EXPECT_THAT(coloured,
                 HasSubstr("\x1b[32mdemo#base-unit  *     100200  0042    Base U…  Plant 7  2021-03…\x1b[0m\n"));
@@ -76,6 +79,8 @@ TEST_F(CtlReading, listFitsATerminalAndIsColouredOnlyThere)
     const auto plain = onTerminal("TERM=xterm NO_COLOR=1");
     EXPECT_THAT(plain, AllOf(HasSubstr("\ndemo#base-unit  *  "), Not(HasSubstr("\x1b"))));
     EXPECT_THAT(onTerminal("TERM=dumb"), Not(HasSubstr("\x1b")));
+    EXPECT_THAT(onTerminal("TERM=dumb", 40), AllOf(HasSubstr("ID              MAIN  PART    SERIAL\n"),
+                                                   HasSubstr("\ndemo#base-unit  *     100200  0042\n")));
 }
 
 TEST_F(CtlReading, showTellsEveryFieldAndWhoServesIt)
@@ -146,6 +151,9 @@ TEST_F(CtlReading, whatDevicesSayCannotDriveATerminal)
     EXPECT_THAT(list, HasSubstr("\\u009b1m  1\\n2    \\u202ex    \\t"));
     for (const auto& text : {list, run({"check"}).output, run({"show", "fake#a\x1b[2J\n$(touch x)"}).output})
         EXPECT_THAT(text, AllOf(Not(HasSubstr("\x1b")), Not(HasSubstr("\xC2\x9B")), HasSubstr("\\x1b[2J")));
+    const auto json = run({"list", "--json"});
+    EXPECT_THAT(json.output, AllOf(HasSubstr("\\u009b1m"), HasSubstr("\\u202ex"), Not(HasSubstr("\xC2\x9B"))));
+    EXPECT_EQ(json.json()["devices"][2]["identity"]["partNumber"], "\xC2\x9B\x31m");
 }
 
 } // namespace
