@@ -4,7 +4,10 @@
 #include "failure.h"
 #include "output.h"
 
+#include <busconnection/dbus/factory.h>
 #include <deviceid/service_discoverer.h>
+
+#include <sdbus-c++/sdbus-c++.h>
 
 #include <algorithm>
 #include <iterator>
@@ -71,6 +74,29 @@ bool Devices::warnOfSilentProviders() const
     for (const auto& peer : silent)
         warn(describe(peer));
     return !silent.empty();
+}
+
+std::vector<std::string> Devices::namesWithoutDevices() const
+{
+    std::vector<std::string> names;
+    try
+    {
+        const auto factory = std::make_shared<Utils::BusConnection::Dbus::Factory>(bus_);
+        const auto proxy = sdbus::createProxy(factory->connection(), "org.freedesktop.DBus", "/org/freedesktop/DBus");
+        proxy->callMethod("ListNames").onInterface("org.freedesktop.DBus").storeResultsTo(names);
+    }
+    catch (const sdbus::Error& error)
+    {
+        throw noBus(bus_, error);
+    }
+    const auto isKnown = [this](const std::string& name)
+    {
+        return name.rfind(kNamePrefix, 0) != 0 || serviceNamed(name) ||
+               std::any_of(passedOver_.begin(), passedOver_.end(),
+                           [&](const auto& peer) { return peer.busName == name; });
+    };
+    names.erase(std::remove_if(names.begin(), names.end(), isKnown), names.end());
+    return names;
 }
 
 std::vector<Provider> Devices::providers() const

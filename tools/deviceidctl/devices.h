@@ -65,6 +65,9 @@ public:
     /// Whoever gave the discovery no answer.
     [[nodiscard]] const std::vector<LibraryLog::PassedOver>& passedOver() const noexcept { return passedOver_; }
 
+    /// Names of providers on the bus that answered the discovery, but published no devices.
+    [[nodiscard]] std::vector<std::string> namesWithoutDevices() const;
+
     /// Asks each provider for its devices.
     [[nodiscard]] std::vector<Provider> providers() const;
 

@@ -27,6 +27,9 @@ void judgeReplies(const Observation& seen, Findings& findings)
         const auto severity = isPlatformName(peer.busName) ? Severity::Error : Severity::Warning;
         findings.push_back({severity, "answers", peer.busName, "passed over by the discovery: " + peer.reason});
     }
+    for (const auto& name : seen.withoutDevices)
+        findings.push_back({Severity::Error, "answers", name,
+                            "is on the bus, but publishes no devices: does its policy refuse Introspect?"});
     if (seen.providers.empty())
         findings.push_back({Severity::Error, "providers", "bus", "there is no provider"});
     for (const auto& provider : seen.providers)

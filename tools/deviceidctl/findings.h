@@ -35,6 +35,7 @@ struct Observation
     std::vector<Provider> providers;
     std::vector<Device> devices;
     std::vector<LibraryLog::PassedOver> passedOver;
+    std::vector<std::string> withoutDevices; ///< names of providers that publish none
 };
 
 /// What is good and what is wrong about it.

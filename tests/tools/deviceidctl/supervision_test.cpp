@@ -64,18 +64,19 @@ TEST_F(CtlSupervision, checkFindsEachThingThatIsWrong)
     const auto b = provider("b", {"*d=" + document("1", "1"), "e=" + document("2", "1"), "f=<a/>"});
     const auto failing = faultyPeer("com.tolvek.orvan.deviceid.c", "failing-calls");
     const auto silent = faultyPeer("com.tolvek.orvan.deviceid.s", "silent");
+    const auto refusing = faultyPeer("com.tolvek.orvan.deviceid.err", "error");
     const auto foreign = faultyPeer("org.example.Silent", "silent");
     const auto brokenVel = provider("v", {"--vel", "d=VEL/", "g="});
     FakeProvider::Behaviour repeating;
     repeating.list = [] { return std::vector<std::string>{"d", "d"}; };
     repeating.read = [](const std::string&) { return FakeProvider::Answer{0, document("5", "6"), false}; };
     const FakeProvider twice{"twice", repeating, {kObjectPath, "/com/tolvek/orvan/second"}};
-    EXPECT_EQ(
-        complaints(2),
-        (Set{"warning part-number a#empty", "warning serial-number a#empty", "error main-device bus",
-             "error duplicate a#d", "warning duplicate a#d", "error reads b#f", "error answers c", "error answers s",
-             "warning answers org.example.Silent", "warning part-number v#d", "warning serial-number v#d",
-             "error reads v#g", "error ambiguous twice", "error ambiguous twice#d", "error duplicate twice#d"}));
+    EXPECT_EQ(complaints(2),
+              (Set{"warning part-number a#empty", "warning serial-number a#empty", "error main-device bus",
+                   "error duplicate a#d", "warning duplicate a#d", "error reads b#f", "error answers c",
+                   "error answers err", "error answers s", "warning answers org.example.Silent",
+                   "warning part-number v#d", "warning serial-number v#d", "error reads v#g", "error ambiguous twice",
+                   "error ambiguous twice#d", "error duplicate twice#d"}));
     EXPECT_THAT(run({"list"}).output, HasSubstr("com.tolvek.orvan.deviceid.c              ! does not tell its devices: "
                                                 "[com.example.Broken] every call fails\n"));
 }

@@ -22,6 +22,7 @@ Observation observe(BusType bus)
     const Devices devices{bus};
     Observation seen;
     seen.passedOver = devices.passedOver();
+    seen.withoutDevices = devices.namesWithoutDevices();
     seen.providers = devices.providers();
     for (const auto& provider : seen.providers)
     {
