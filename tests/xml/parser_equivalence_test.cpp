@@ -1,6 +1,7 @@
 #include "documents.h"
 
 #include "support/files.h"
+#include "support/log_capture.h"
 
 #include <gtest/gtest.h>
 
@@ -142,6 +143,7 @@ TEST(GuardedParser, settingsOfTheProcessDoNotMatter)
     EXPECT_EQ(readGuarded(withoutName), "Internal error.");
     const auto readAndPrinted = [](const std::string& document)
     {
+        const Tests::LogCapture log; // lines on standard error would tell the time
         testing::internal::CaptureStderr();
         const std::string read = readGuarded(document);
         return read + testing::internal::GetCapturedStderr();
