@@ -84,6 +84,10 @@ TEST_F(CtlWriting, refusalsSayWhatToDo)
     const auto denied = []() -> std::int32_t { throw sdbus::Error{"org.freedesktop.DBus.Error.AccessDenied", "no"}; };
     const std::vector<std::tuple<std::function<std::int32_t()>, int, std::string>> rows{
         {denied, 2, "not allowed: only root and members of the group deviceid may write"},
+        {[]() -> std::int32_t {
+             throw sdbus::Error{"org.freedesktop.DBus.Error.NoReply", "no"};
+         },
+         2, "it has its old identity or the new one, 'show' tells which"},
         {[] { return 1; }, 4, "its provider does not have it any more"},
         {[] { return 2; }, 2, "its provider could not store it; is it read-only"},
         {[] { return 7; }, 2, "cannot write com.tolvek.orvan.deviceid.fake#d: the call failed"},

@@ -10,6 +10,8 @@
 #include "library_log.h"
 #include "output.h"
 
+#include <string_view>
+
 namespace Tolvek::Orvan::DeviceId::Tools::Ctl
 {
 
@@ -45,8 +47,14 @@ void write(const Target& target, const std::string& xml)
         throw Failure{Failed, "device",
                       attempt + ": its provider could not store it; is it read-only, or is a VEL string needed? The "
                                 "log of the provider says why"};
-    if (status != 0)
-        throw failedCall(attempt, LibraryLog::takeError());
+    if (status == 0)
+        return;
+    const auto failure = failedCall(attempt, LibraryLog::takeError());
+    const std::string_view kind{failure.kind()};
+    if (kind == "no-reply" || kind == "provider-gone")
+        throw Failure{failure.exitCode(), failure.kind(),
+                      std::string{failure.what()} + "; it has its old identity or the new one, 'show' tells which"};
+    throw Failure{failure};
 }
 
 void requireWritten(const Identity& written, const Device& read)
