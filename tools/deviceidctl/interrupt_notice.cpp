@@ -45,6 +45,15 @@ struct sigaction handle(int signal, void (*handler)(int), int flags)
     return before;
 }
 
+/// A signal that is ignored stays ignored: who started the program wants it to go on.
+struct sigaction handleOnceUnlessIgnored(int signal, void (*handler)(int))
+{
+    struct sigaction before = handle(signal, handler, static_cast<int>(SA_RESETHAND));
+    if (before.sa_handler == SIG_IGN) // NOLINT(*-union-access)
+        sigaction(signal, &before, nullptr);
+    return before;
+}
+
 void setTimer(double seconds)
 {
     constexpr double kMicrosecondsPerSecond = 1e6;
@@ -61,9 +70,8 @@ InterruptNotice::InterruptNotice(std::string line)
     : line_{std::move(line)}
 {
     lastLine = line_;
-    constexpr auto kOnce = static_cast<int>(SA_RESETHAND);
-    interruptBefore_ = handle(SIGINT, sayLastLine, kOnce);
-    terminateBefore_ = handle(SIGTERM, sayLastLine, kOnce);
+    interruptBefore_ = handleOnceUnlessIgnored(SIGINT, sayLastLine);
+    terminateBefore_ = handleOnceUnlessIgnored(SIGTERM, sayLastLine);
 }
 
 InterruptNotice::~InterruptNotice()

@@ -110,29 +110,37 @@ TEST_F(CtlWriting, refusalsSayWhatToDo)
     EXPECT_THAT(run({"set", "twice#d", "-"}, kVel).errors, StartsWith("deviceidctl: nothing written: "));
 }
 
-TEST_F(CtlWriting, anInterruptedWriteSaysThatItIsUndecided)
+TEST_F(CtlWriting, anInterruptedWriteSaysThatItIsUndecidedUnlessInterruptsAreIgnored)
 {
-    std::promise<void> writing;
-    std::promise<void> over;
-    FakeProvider::Behaviour stuck;
-    stuck.read = [](const std::string&) { return FakeProvider::Answer{0, document("1", "2"), false}; };
-    stuck.write = [&](const std::string&, const std::string&)
+    for (const bool isIgnored : {false, true})
     {
-        writing.set_value();
-        over.get_future().wait();
-        return 0;
-    };
-    const FakeProvider fake{"fake", stuck};
-    const auto process = start({"set", "fake#d", "-"}, kVel);
-    writing.get_future().wait();
-    process->signal(SIGINT);
-    const auto outcome = finish(*process);
-    over.set_value();
-    EXPECT_EQ(outcome.exitCode, 128 + SIGINT);
-    EXPECT_EQ(outcome.output, "");
-    EXPECT_EQ(outcome.errors,
-              "\ndeviceidctl: interrupted: com.tolvek.orvan.deviceid.fake#d has its old identity or the "
-              "new one; deviceidctl show tells which\n");
+        std::promise<void> writing;
+        std::promise<void> over;
+        FakeProvider::Behaviour stuck;
+        stuck.read = [](const std::string&) { return FakeProvider::Answer{0, document("1", "2"), false}; };
+        stuck.write = [&](const std::string&, const std::string&)
+        {
+            writing.set_value();
+            over.get_future().wait();
+            return 0;
+        };
+        const FakeProvider fake{"fake", stuck};
+        const auto before = std::signal(SIGINT, isIgnored ? SIG_IGN : SIG_DFL);
+        const auto process = start({"set", "fake#d", "-"}, document("1", "2"));
+        static_cast<void>(std::signal(SIGINT, before));
+        writing.get_future().wait();
+        process->signal(SIGINT);
+        if (isIgnored)
+            over.set_value();
+        const auto outcome = finish(*process);
+        if (!isIgnored)
+            over.set_value();
+        EXPECT_EQ(outcome.exitCode, isIgnored ? 0 : 128 + SIGINT);
+        EXPECT_EQ(outcome.errors, isIgnored
+                                      ? ""
+                                      : "\ndeviceidctl: interrupted: com.tolvek.orvan.deviceid.fake#d has its old "
+                                        "identity or the new one; deviceidctl show tells which\n");
+    }
 }
 
 } // namespace
