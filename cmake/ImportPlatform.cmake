@@ -4,9 +4,11 @@ function(import_platform_library prefix target file header)
     if(TARGET Tolvek::${target})
         return()
     endif()
+    # In a cross build, below the root folder of the target or outside it.
     find_library(${target}_LIBRARY ${file} PATHS "${prefix}" PATH_SUFFIXES
-        lib "lib/${CMAKE_LIBRARY_ARCHITECTURE}" NO_DEFAULT_PATH NO_CACHE REQUIRED)
-    find_path(${target}_INCLUDE ${header} PATHS "${prefix}/include" NO_DEFAULT_PATH NO_CACHE REQUIRED)
+        lib "lib/${CMAKE_LIBRARY_ARCHITECTURE}" NO_DEFAULT_PATH CMAKE_FIND_ROOT_PATH_BOTH NO_CACHE REQUIRED)
+    find_path(${target}_INCLUDE ${header} PATHS "${prefix}/include"
+        NO_DEFAULT_PATH CMAKE_FIND_ROOT_PATH_BOTH NO_CACHE REQUIRED)
     add_library(Tolvek::${target} SHARED IMPORTED GLOBAL)
     set_target_properties(Tolvek::${target} PROPERTIES
         IMPORTED_LOCATION "${${target}_LIBRARY}" INTERFACE_INCLUDE_DIRECTORIES "${${target}_INCLUDE}")
