@@ -192,11 +192,24 @@ TEST(ProducedOn, ignoresOffsetAndZoneName)
         EXPECT_EQ(nanosecondsOf("2021-03-05T10:20:30" + suffix), plain) << suffix;
 }
 
+// A process with 32-bit time counts from December 1901 to January 2038.
+constexpr bool isTimeWide = sizeof(std::time_t) > 4;
+
+TEST(ProducedOn, ofATimeThatTheProcessCannotCountIsTheSecondBeforeTheEpoch)
+{
+    const auto zone = inZone("UTC0");
+    EXPECT_EQ(nanosecondsOf("1900-01-01T00:00:00"), fromSeconds(isTimeWide ? -2208988800 : -1));
+    EXPECT_EQ(nanosecondsOf("1901-12-13T20:45:52"), fromSeconds(-2147483648LL));
+    EXPECT_EQ(nanosecondsOf("2038-01-19T03:14:07"), fromSeconds(2147483647));
+    EXPECT_EQ(nanosecondsOf("2039-01-01T00:00:00"), fromSeconds(isTimeWide ? 2177452800 : -1));
+    // The nanoseconds do not fit 64 bits and wrap.
+    EXPECT_EQ(nanosecondsOf("9999-12-31T23:59:59"), isTimeWide ? -4852116232933722624 : fromSeconds(-1));
+}
+
 TEST(ProducedOn, keepsWhatCanBeReadOfABrokenDate)
 {
     const auto zone = inZone("UTC0");
-    // The day before 1 January 1900: nothing is read. A process with 32-bit time cannot say that.
-    constexpr bool isTimeWide = sizeof(std::time_t) > 4;
+    // The day before 1 January 1900: nothing is read.
     for (const std::string when : {"", "garbage", "T10:20:30", "-2021-03-05"})
         EXPECT_EQ(nanosecondsOf(when), fromSeconds(isTimeWide ? -2209075200 : -1)) << when;
 
