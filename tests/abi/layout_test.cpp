@@ -1,6 +1,8 @@
 // The binary interface as programs that were built earlier rely on it: where each virtual function stands, and what the
 // value types look like.
 
+#include "dbus/contribution_sdbus_service.h"
+
 #include <deviceid/client.h>
 #include <deviceid/contribution.h>
 #include <deviceid/contribution_manager.h>
@@ -31,7 +33,7 @@ std::ptrdiff_t slotOf(Function function)
     std::array<std::ptrdiff_t, 2> words{};
     static_assert(sizeof(function) == sizeof(words));
     std::memcpy(words.data(), &function, sizeof(words));
-#ifdef __arm__
+#if defined(__arm__) || defined(__aarch64__)
     EXPECT_EQ(words[1] & 1, 1) << "the function is not virtual";
     const auto offset = words[0];
 #else
@@ -61,6 +63,13 @@ TEST(Abi, virtualFunctionsStandWhereTheyStood)
     EXPECT_THAT(slotsOf(&Contribution::readDeviceId, &Contribution::writeDeviceId), ElementsAre(2, 3));
     EXPECT_THAT(slotsOf(&ContributionManagerIfc::remove), ElementsAre(2));
     EXPECT_THAT(slotsOf(&ServiceDiscovererIfc::services), ElementsAre(0)) << "it has no virtual destructor";
+    EXPECT_THAT(slotsOf(&ContributionManager::deviceList, &ContributionManager::deviceId,
+                        &ContributionManager::setDeviceId, &ContributionManager::name, &ContributionManager::remove),
+                ElementsAre(2, 3, 4, 5, 6));
+    EXPECT_THAT(slotsOf(&ContributionSdbusService::deviceList, &ContributionSdbusService::deviceId,
+                        &ContributionSdbusService::setDeviceId),
+                ElementsAre(0, 1, 2))
+        << "no virtual destructor either";
 }
 
 static_assert(!std::has_virtual_destructor_v<ServiceDiscovererIfc> && std::has_virtual_destructor_v<ServiceIfc> &&

@@ -22,7 +22,7 @@ constexpr const char* kInterface = "com.tolvek.orvan.deviceid.interface";
 constexpr const char* kObjectPath = "/com/tolvek/orvan/deviceid";
 
 /// Sanitizers keep memory that has been freed, and an emulator all that it has translated.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(IS_EMULATED)
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(EMULATOR)
 constexpr bool kKeepsMemory = true;
 #else
 constexpr bool kKeepsMemory = false;

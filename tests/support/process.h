@@ -10,11 +10,14 @@
 namespace Tests
 {
 
-/// Whether this program was built for another architecture. It cannot start itself anew then, as death tests do.
-#ifdef IS_EMULATED
+/// Whether this program was built for another architecture, and by which program it runs then. It cannot start itself
+/// anew, as death tests do.
+#ifdef EMULATOR
 constexpr bool kIsEmulated = true;
+constexpr const char* kEmulator = EMULATOR;
 #else
 constexpr bool kIsEmulated = false;
+constexpr const char* kEmulator = "";
 #endif
 
 /// Memory of a process in RAM.
