@@ -2,7 +2,9 @@
 
 #include <array>
 #include <charconv>
+#include <limits>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace Tolvek::Orvan::Vel
@@ -68,7 +70,7 @@ std::optional<Version> toVersion(std::string_view text)
 
 template <typename Value>
 Value parseField(const Fields& fields, char letter, std::optional<Value> (*convert)(std::string_view),
-                 const char* expected)
+                 const std::string& expected)
 {
     const auto field = fields.byLetter.find(letter);
     if (field == fields.byLetter.end())
@@ -88,7 +90,8 @@ Date parseDate(const Fields& fields, char letter)
 
 Version parseVersion(const Fields& fields, char letter)
 {
-    return parseField(fields, letter, toVersion, "two decimal numbers joined by \".\", each within range");
+    const auto largest = std::to_string(std::numeric_limits<std::size_t>::max());
+    return parseField(fields, letter, toVersion, "two decimal numbers joined by \".\", each at most " + largest);
 }
 
 } // namespace Tolvek::Orvan::Vel
