@@ -78,6 +78,25 @@ static_assert(!std::has_virtual_destructor_v<ServiceDiscovererIfc> && std::has_v
 static_assert(std::is_standard_layout_v<Data> && offsetof(Data, status) == 0 && offsetof(Data, xml) == sizeof(void*) &&
               offsetof(Data, isMain) == sizeof(void*) + sizeof(std::string));
 
+/// What a string at some place in an object begins with: the address of its text.
+const char* textAt(const Info& info, std::size_t place)
+{
+    std::array<char, sizeof(Info)> bytes{};
+    std::memcpy(bytes.data(), static_cast<const void*>(&info), sizeof(info));
+    const char* text = nullptr;
+    std::memcpy(&text, bytes.data() + place * sizeof(std::string), sizeof(text));
+    return text;
+}
+
+TEST(Abi, anIdentityHoldsItsFieldsInTheirOrder)
+{
+    const Info info{"part number", "serial number", "name", "produced at", {}};
+    EXPECT_STREQ(textAt(info, 0), "part number");
+    EXPECT_STREQ(textAt(info, 1), "serial number");
+    EXPECT_STREQ(textAt(info, 2), "name");
+    EXPECT_STREQ(textAt(info, 3), "produced at");
+}
+
 static_assert(!std::is_polymorphic_v<Info> && std::is_standard_layout_v<Info> &&
               sizeof(Info) == 4 * sizeof(std::string) + sizeof(std::chrono::system_clock::time_point));
 
