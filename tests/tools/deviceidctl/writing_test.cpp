@@ -32,7 +32,7 @@ TEST_F(CtlWriting, setWritesAndReportsFieldByField)
          "#base-unit changed:\n  VEL VEL/T;U="},
         {{"set", "probe", "-"}, document("1", ""), "#probe changed:\n  serial 2 → (empty)\n"},
         {{"set", "probe", "-", "--xml"}, document("\n", "3"), "#probe changed:\n  part 1 →  \n  serial (empty) → 3\n"},
-        {{"set", "odd", "-"}, kVel, "#odd changed:\n  it could not be read before: its document:1:1: expected"},
+        {{"set", "odd", "-"}, kVel, "#odd changed:\n  before: its document:1:1: expected"},
     };
     for (const auto& [arguments, input, report] : rows)
     {

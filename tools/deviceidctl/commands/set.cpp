@@ -74,7 +74,7 @@ std::string report(const Device& before, const Identity& after, bool isDryRun)
 {
     std::string text = printable(before.id) + (isDryRun ? " would change:\n" : " changed:\n");
     if (!before.identity)
-        return text + "  it could not be read before: " + printable(before.error) + "\n";
+        return text + "  before: " + printable(before.error) + "\n";
     const auto changes = withoutRepetition(changesBetween(valuesOf(*before.identity), valuesOf(after)));
     if (changes.empty())
         return printable(before.id) + (isDryRun ? " would not change\n" : ": nothing changed\n");
