@@ -91,6 +91,8 @@ void serveForEver(const std::string& name)
 
 int main(int argc, char** argv)
 {
+    Log::Configuration::setSink(Log::Severity::Error,
+                                [](const Log::Record& record) { std::cerr << record.text << '\n'; });
     if (argc == 3 && argv[1] == std::string{"serve-as"})
     {
         serveForEver(argv[2]);
@@ -104,7 +106,5 @@ int main(int argc, char** argv)
         std::cerr << "usage: counted_operation load|parse|write|discover|serve COUNT | serve-as NAME\n";
         return EXIT_FAILURE;
     }
-    Log::Configuration::setSink(Log::Severity::Error,
-                                [](const Log::Record& record) { std::cerr << record.text << '\n'; });
     operation->second(std::stoi(argv[2]));
 }
