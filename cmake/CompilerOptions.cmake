@@ -1,13 +1,16 @@
-# Warnings, visibility and sanitizers that every target of this tree is built with.
+# Warnings, optimization, visibility and sanitizers that every target of this tree is built with.
 option(DEVICEID_WARNINGS_AS_ERRORS "Treat compiler warnings as errors" ON)
-# Most time goes by in the libraries for XML and D-Bus: -O3 would only make ours larger. On the devices, which are of
-# this architecture, the size counts for more than the few per cent of instructions that it costs.
-if(CMAKE_SYSTEM_PROCESSOR MATCHES "^arm")
+
+# Most time goes by in the libraries for XML and D-Bus: -O3 would only make ours larger. On the devices, which are
+# 32-bit ARM, the size counts for more than the few per cent of instructions that it costs. Their kernel may have 64
+# bits.
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(arm|aarch64)" AND CMAKE_SIZEOF_VOID_P EQUAL 4)
     set(optimization -Os)
 else()
     set(optimization -O2)
 endif()
-set(DEVICEID_OPTIMIZATION ${optimization} CACHE STRING "How release builds are optimized, as an option of the compiler")
+set(DEVICEID_OPTIMIZATION ${optimization} CACHE STRING "The compiler's option for optimization in builds of type Release")
+
 set(DEVICEID_SANITIZE "" CACHE STRING "Sanitizers to build with, as for -fsanitize=")
 
 set(CMAKE_CXX_STANDARD 17)

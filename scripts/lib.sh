@@ -75,6 +75,12 @@ CONFIG
     export DBUS_SESSION_BUS_ADDRESS=$READY_LINE
 }
 
+# Prints the symbols that a library exports, with their kinds, as abi/ records them.
+exported_symbols()
+{
+    nm --dynamic --defined-only "$1" | sed -E 's/^[0-9a-f]+ //' | LC_ALL=C sort
+}
+
 # Sets EMULATOR to the words that start a program for 32-bit ARM, as cmake/toolchain-armhf.cmake does. Arguments:
 # folders in which the program's own libraries are.
 set_emulator()
