@@ -2,9 +2,7 @@
 
 #include <array>
 #include <charconv>
-#include <limits>
 #include <optional>
-#include <string>
 #include <string_view>
 
 namespace Tolvek::Orvan::Vel
@@ -70,7 +68,7 @@ std::optional<Version> toVersion(std::string_view text)
 
 template <typename Value>
 Value parseField(const Fields& fields, char letter, std::optional<Value> (*convert)(std::string_view),
-                 const std::string& expected)
+                 const char* expected)
 {
     const auto field = fields.byLetter.find(letter);
     if (field == fields.byLetter.end())
@@ -90,8 +88,11 @@ Date parseDate(const Fields& fields, char letter)
 
 Version parseVersion(const Fields& fields, char letter)
 {
-    const auto largest = std::to_string(std::numeric_limits<std::size_t>::max());
-    return parseField(fields, letter, toVersion, "two decimal numbers joined by \".\", each at most " + largest);
+    static_assert(sizeof(std::size_t) == 4 || sizeof(std::size_t) == 8);
+    const char* const expected = sizeof(std::size_t) == 4
+                                     ? "two decimal numbers joined by \".\", each at most 4294967295"
+                                     : "two decimal numbers joined by \".\", each at most 18446744073709551615";
+    return parseField(fields, letter, toVersion, expected);
 }
 
 } // namespace Tolvek::Orvan::Vel

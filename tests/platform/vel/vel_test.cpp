@@ -113,7 +113,7 @@ TEST(Vel, aRefusalNamesFieldPositionAndExpectation)
         std::string refusal;
     };
     const std::string date = "expected a calendar date YYYY-MM-DD or 0000-00-00";
-    const std::string largest = sizeof(std::size_t) == 4 ? "4294967295" : "18446744073709551615";
+    const auto largest = std::to_string(std::numeric_limits<std::size_t>::max());
     const std::string version = "expected two decimal numbers joined by \".\", each at most " + largest;
     const std::vector<Case> cases{
         {"", "start, byte 0: expected \"VEL/\""},
