@@ -48,10 +48,10 @@ struct sigaction handle(int signal, void (*handler)(int), int flags)
 /// A signal that is ignored stays ignored: who started the program wants it to go on.
 struct sigaction handleOnceUnlessIgnored(int signal, void (*handler)(int))
 {
-    struct sigaction before = handle(signal, handler, static_cast<int>(SA_RESETHAND));
-    if (before.sa_handler == SIG_IGN) // NOLINT(*-union-access)
-        sigaction(signal, &before, nullptr);
-    return before;
+    struct sigaction before = {};
+    sigaction(signal, nullptr, &before);
+    const bool isIgnored = before.sa_handler == SIG_IGN; // NOLINT(*-union-access)
+    return isIgnored ? before : handle(signal, handler, static_cast<int>(SA_RESETHAND));
 }
 
 void setTimer(double seconds)

@@ -85,7 +85,7 @@ TEST_F(CtlReading, listFitsATerminalAndIsColouredOnlyThere)
 
 TEST_F(CtlReading, showTellsEveryFieldAndWhoServesIt)
 {
-    const std::string command = kIsEmulated ? kEmulator : "test_provider";
+    const std::string command = kIsEmulated ? kEmulator : "provider_of_test_devices";
     const auto process = "  process        " + std::to_string(demo_->pid()) + " (" + command + ")\n";
     const std::string provider = "  provider       " + kDemo + "\n";
     const auto base = kDemo +

@@ -135,6 +135,7 @@ TEST_F(CtlWriting, anInterruptedWriteSaysThatItIsUndecidedUnlessInterruptsAreIgn
         const auto outcome = finish(*process);
         if (!isIgnored)
             over.set_value();
+        EXPECT_EQ(outcome.output, isIgnored ? "com.tolvek.orvan.deviceid.fake#d: nothing changed\n" : "");
         EXPECT_EQ(outcome.exitCode, isIgnored ? 0 : 128 + SIGINT);
         EXPECT_EQ(outcome.errors, isIgnored
                                       ? ""
